@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "picture/PictureCodec.h"
+
+struct AVFrame;
+
+/// Media files and pictures made for tests.
+namespace support {
+
+/// Has ffmpeg make folder/name of these arguments.
+/// @throws std::runtime_error with ffmpeg's words
+std::filesystem::path MakeMedia(const std::filesystem::path& folder, const std::string& name, const std::string& args);
+
+/// ffmpeg arguments for a source of pictures that bear their number, 0 to 49, as brightness; 30 a second.
+std::string NumberedPictures(int count, const std::string& size = "64x48");
+/// The number that such a picture bears, after whatever codec.
+int NumberOn(const qv::Picture& picture);
+
+/// A slide with a pointer: sharp strokes of text, a soft gradient, an arrow that has moved step places on.
+/// @param format any planar AVPixelFormat of YUV
+qv::Picture DrawSlide(int width, int height, int format, int step);
+
+/// Peak signal to noise ratio in dB of the worst plane; 99 when equal.
+double Psnr(const AVFrame& a, const AVFrame& b);
+
+}  // namespace support
