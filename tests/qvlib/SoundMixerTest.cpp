@@ -96,8 +96,8 @@ TEST_P(PcmReaderTest, AHoleIsAnErrorOrSilenceOnlyWhereItIsHeard) {
     PcmReader lenient = Reader(OnDamage::Silence);
     lenient.Read(0, all);
     EXPECT_EQ(lenient.DamagedPackets(), 2);
-    const auto hole = std::span(all).subspan(static_cast<std::size_t>(95688 * channels_),
-                                             static_cast<std::size_t>(960 * channels_));
+    const auto hole =
+        std::span(all).subspan(static_cast<std::size_t>(95688 * channels_), static_cast<std::size_t>(960 * channels_));
     EXPECT_TRUE(std::ranges::all_of(hole, [](float sample) { return sample == 0; }));
     EXPECT_NE(all[static_cast<std::size_t>(95680 * channels_)], 0);
 
@@ -160,7 +160,8 @@ TEST(RowMixerTest, EnvelopesTakeTheClickOffEachJoint) {
         {"another source goes on", {{0, 500, 0, 0, 500, 100}, {500, 900, 1, 500, 900, 100}}, "1 out 96 | 1 in 96"},
         {"louder", {{0, 500, 0, 0, 500, 100}, {500, 900, 0, 500, 900, 250}}, "1 | 2.5 ramp 96 from 1"},
         {"out of silence of its own", {{0, 500, 0, 0, 500, 0}, {500, 900, 0, 500, 900, 80}}, "0 | 0.8 ramp 96 from 0"},
-        {"silence between", {{0, 9, 0, 0, 9, 50}, {9, 20, -1, 0, 0, 0}, {20, 30, 0, 9, 19, 50}},
+        {"silence between",
+         {{0, 9, 0, 0, 9, 50}, {9, 20, -1, 0, 0, 0}, {20, 30, 0, 9, 19, 50}},
          "0.5 out 96 | 0 | 0.5 in 96"},
         {"a row of 3 ms halves its fades",
          {{0, 9, 0, 0, 9, 100}, {9, 12, 0, 50, 53, 100}, {12, 20, 0, 0, 8, 100}},
@@ -200,20 +201,21 @@ TEST(RowMixerTest, EverySampleIsWhatTheRowsSay) {
     std::vector<Pcm> whole;
     for (const auto& source : sources) whole.push_back(support::Decode(source->packets, 1, source->samples));
     const std::vector<AudioRow> rows = {
-        {0, 333, 0, 0, 333, 100},        // as it is
-        {333, 700, 0, 333, 700, 350},    // goes on, louder, saturates
-        {700, 701, 1, 40, 41, 100},      // 1 ms of another source
-        {701, 1200, 1, 1013, 1512, 50},  // a jump, quieter
-        {1200, 1300, -1, 0, 0, 0},       // silence
+        {0, 333, 0, 0, 333, 100},           // as it is
+        {333, 700, 0, 333, 700, 350},       // goes on, louder, saturates
+        {700, 701, 1, 40, 41, 100},         // 1 ms of another source
+        {701, 1200, 1, 1013, 1512, 50},     // a jump, quieter
+        {1200, 1300, -1, 0, 0, 0},          // silence
         {1300, 2100, 1, 1512, 2312, 9999},  // its source ends at 2000
-        {2100, 2300, 0, 100, 300, 100},  // cut at the end of all
+        {2100, 2300, 0, 100, 300, 100},     // cut at the end of all
     };
     SoundMix mix = support::MixOf(rows, sources);
     mix.totalSamples = 48 * 2250;
     RowMixer mixer(mix, OnDamage::Throw);
     Pcm all(48 * 2260 + 10);
     for (std::size_t at = 0; at < all.size(); at += 1777)
-        mixer.Read(static_cast<std::int64_t>(at) - 10, std::span(all).subspan(at, std::min<std::size_t>(1777, all.size() - at)));
+        mixer.Read(static_cast<std::int64_t>(at) - 10,
+                   std::span(all).subspan(at, std::min<std::size_t>(1777, all.size() - at)));
     int loud = 0;
     for (std::int64_t s = -10; s < 48 * 2260; ++s) {
         const float wanted = s < 0 || s >= 48 * 2250 ? 0 : WantedSample(rows, whole, s);
@@ -227,8 +229,11 @@ TEST(RowMixerTest, EverySampleIsWhatTheRowsSay) {
 
 TEST(RowMixerTest, WhatCannotBeFoundIsSilenceAndTold) {
     const SharedSound source = support::Encode(support::Speech(2), {1, 64});
-    SoundMix mix = support::MixOf({{0, 500, 7, 0, 500, 100}, {500, 800, -1, 0, 0, 0}, {800, 900, 7, 0, 100, 100},
-                                   {900, 1000, 0, 900, 1000, 100}, {1000, 1500, 1, 0, 500, 100}},
+    SoundMix mix = support::MixOf({{0, 500, 7, 0, 500, 100},
+                                   {500, 800, -1, 0, 0, 0},
+                                   {800, 900, 7, 0, 100, 100},
+                                   {900, 1000, 0, 900, 1000, 100},
+                                   {1000, 1500, 1, 0, 500, 100}},
                                   {source, source});
     mix.open = [&](int fileIndex) -> std::unique_ptr<OpusPackets> {
         if (fileIndex == 1) throw MediaError("source1", "no such file");
@@ -244,9 +249,8 @@ TEST(RowMixerTest, WhatCannotBeFoundIsSilenceAndTold) {
     EXPECT_TRUE(isSilent(0, 900));
     EXPECT_FALSE(isSilent(900, 1000));
     EXPECT_TRUE(isSilent(1000, 1500));
-    EXPECT_EQ(told, (std::vector<std::string>{
-                        "the play list's sound names source 7 of 2: silence is heard there",
-                        "source1: no such file: silence is heard in its place"}));
+    EXPECT_EQ(told, (std::vector<std::string>{"the play list's sound names source 7 of 2: silence is heard there",
+                                              "source1: no such file: silence is heard in its place"}));
     EXPECT_THROW(RowMixer(mix, OnDamage::Throw).Read(48 * 1400, std::span(all).first(10)), MediaError);
 }
 
@@ -260,7 +264,10 @@ TEST(RowMixerTest, ManySourcesAreReadOneAfterAnother) {
     const SoundMix mix = support::MixOf(rows, sources);
     int opened = 0;
     SoundMix counted = mix;
-    counted.open = [&](int fileIndex) { ++opened; return mix.open(fileIndex); };
+    counted.open = [&](int fileIndex) {
+        ++opened;
+        return mix.open(fileIndex);
+    };
     RowMixer mixer(counted, OnDamage::Throw);
     const Pcm wanted = support::Mixed(mix);
     Pcm piece(4800);

@@ -54,7 +54,8 @@ protected:
         const auto from = std::max<std::int64_t>(0, static_cast<std::int64_t>(std::floor(fromMs / 8)) * 384);
         const auto to = std::min(static_cast<std::int64_t>(std::ceil(toMs / 8)) * 384, sound_->samples);
         float loudest = 0;
-        for (std::int64_t i = 2 * from; i < 2 * to; ++i) loudest = std::max(loudest, std::abs(whole_[static_cast<std::size_t>(i)]));
+        for (std::int64_t i = 2 * from; i < 2 * to; ++i)
+            loudest = std::max(loudest, std::abs(whole_[static_cast<std::size_t>(i)]));
         return static_cast<int>(std::min(32767L, std::lrint(loudest * 32768)));
     }
 

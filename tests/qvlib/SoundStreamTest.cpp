@@ -51,6 +51,16 @@ std::vector<AudioRow> Pieces(int seconds, int pieces, Ms gapMs) {
     return rows;
 }
 
+/// What the rows of a mix of one source play of a sound, without fades.
+Pcm Heard(const SoundMix& mix, const Pcm& sound) {
+    Pcm heard;
+    const std::ptrdiff_t floatsPerMs = kSamplesPerMs * mix.channels;
+    for (const AudioRow& row : mix.rows)
+        heard.insert(heard.end(), sound.begin() + floatsPerMs * row.srcPos,
+                     sound.begin() + floatsPerMs * row.srcPosEnd);
+    return heard;
+}
+
 /// The power of error of each packet of a stream, and of what the codec itself does there: the noise of one encoder that
 /// encodes the wanted sound from end to end.
 struct Errors {
@@ -59,7 +69,8 @@ struct Errors {
 
     Errors(const std::vector<OpusPacket>& packets, const Pcm& wanted, const EncodeSettings& settings) {
         const std::int64_t samples = std::ssize(wanted) / settings.channels;
-        error = support::ErrorOfPackets(support::Decode(packets, settings.channels, samples), wanted, settings.channels);
+        error =
+            support::ErrorOfPackets(support::Decode(packets, settings.channels, samples), wanted, settings.channels);
         const SharedSound whole = support::Encode(wanted, settings);
         noise = support::ErrorOfPackets(support::Decode(whole->packets, settings.channels, samples), wanted,
                                         settings.channels);
@@ -89,9 +100,9 @@ TEST(SoundStreamTest, EverySampleStaysInItsPlace) {
     const std::vector<SharedSound> sources = {support::Encode(support::Bursts(12, 1), {1, 96}),
                                               support::Encode(support::Bursts(12, 2), {1, 96})};
     // Copied, shifted by packets, by odd ms, quieter, of another source, and past a border of the encoder's stretches.
-    const std::vector<AudioRow> rows = {{0, 3000, 0, 0, 3000, 100},       {3000, 5000, 0, 4000, 6000, 100},
-                                        {5000, 6501, 1, 777, 2278, 100},  {6501, 7000, -1, 0, 0, 0},
-                                        {7000, 19000, 1, 0, 12000, 60},   {19000, 20003, 0, 11, 1014, 100},
+    const std::vector<AudioRow> rows = {{0, 3000, 0, 0, 3000, 100},        {3000, 5000, 0, 4000, 6000, 100},
+                                        {5000, 6501, 1, 777, 2278, 100},   {6501, 7000, -1, 0, 0, 0},
+                                        {7000, 19000, 1, 0, 12000, 60},    {19000, 20003, 0, 11, 1014, 100},
                                         {20003, 23000, 0, 1014, 4011, 130}};
     const SoundMix mix = support::MixOf(rows, sources);
     const Pcm wanted = support::Mixed(mix);
@@ -101,7 +112,8 @@ TEST(SoundStreamTest, EverySampleStaysInItsPlace) {
         if (row.fileIndex < 0) continue;
         for (Ms from = row.pos + 5; from + 205 <= row.posEnd; from += 200) {
             const auto at = static_cast<std::size_t>(from) * kSamplesPerMs;
-            EXPECT_EQ(support::BestShift(heard, wanted, at, at + 200 * kSamplesPerMs, 100), 0) << "at " << from << " ms";
+            EXPECT_EQ(support::BestShift(heard, wanted, at, at + 200 * kSamplesPerMs, 100), 0)
+                << "at " << from << " ms";
         }
     }
     EXPECT_GT(support::SoundSnr(heard, wanted, 0, heard.size()), 12);
@@ -127,24 +139,22 @@ TEST_P(SoundJointTest, CannotBeHeard) {
     const SoundMix mix = support::MixOf(Pieces(60, 21, 160), {source});
     const Streamed streamed = Stream(mix, {channels, GetParam().kbit});
     Errors errors(streamed.packets, support::Mixed(mix), {channels, GetParam().kbit});
-    const auto left = support::ErrorOfPackets(support::Decode(source->packets, channels, source->samples), speech, channels);
-    const auto inSource = [](const AudioRow& row, std::int64_t n) {
-        return static_cast<std::size_t>(n + (row.srcPos - row.pos) / kPacketMs);
-    };
-    for (const AudioRow& row : mix.rows) {
-        for (std::int64_t n = row.pos / kPacketMs; n < row.posEnd / kPacketMs; ++n) {
-            double& noise = errors.noise[static_cast<std::size_t>(n)];
-            noise = std::max(noise, left[inSource(row, n)]);
-        }
-    }
+    const Pcm once = support::Decode(source->packets, channels, source->samples);
+    const auto left = support::ErrorOfPackets(Heard(mix, once), Heard(mix, speech), channels);
+    std::ranges::transform(errors.noise, left, errors.noise.begin(), [](double a, double b) { return std::max(a, b); });
 
     EXPECT_GT(streamed.copied, std::ssize(streamed.packets) * 85 / 100);
     for (std::size_t i = 0; i < mix.rows.size(); ++i) {
         const AudioRow& row = mix.rows[i];
         const std::int64_t joint = row.pos / kPacketMs;
-        if (i > 0) EXPECT_LT(errors.Worst(joint - 12, joint + 40), GetParam().most) << "joint at " << row.pos << " ms";
+        const std::int64_t shift = (row.srcPos - row.pos) / kPacketMs;
+        if (i > 0) {
+            EXPECT_LT(errors.Worst(joint - 12, joint + 40), GetParam().most) << "joint at " << row.pos << " ms";
+        }
         for (std::int64_t n = i > 0 ? joint + 32 : 0; n < row.posEnd / kPacketMs - 8; ++n) {
-            ASSERT_EQ(streamed.packets[static_cast<std::size_t>(n)], source->packets[inSource(row, n)]) << "packet " << n;
+            ASSERT_EQ(streamed.packets[static_cast<std::size_t>(n)],
+                      source->packets[static_cast<std::size_t>(n + shift)])
+                << "packet " << n;
         }
     }
 }
@@ -157,13 +167,28 @@ INSTANTIATE_TEST_SUITE_P(Rates, SoundJointTest,
                                          JointCase{"Stereo48", {2, 48}, 48, 1.3}),
                          [](const auto& info) { return std::string(info.param.name); });
 
+/// At a rate that leaves hardly any noise, a decoder's memory can be too far off everywhere.
+TEST(SoundStreamTest, ARunThatCannotBeJoinedCleanlyIsEncoded) {
+    const EncodeSettings settings{2, 510};
+    const SharedSound source = support::Encode(support::InStereo(support::Speech(60)), {2, 64});
+    const SoundMix mix = support::MixOf(Pieces(60, 21, 160), {source});
+    const Streamed streamed = Stream(mix, settings);
+    EXPECT_LT(Errors(streamed.packets, support::Mixed(mix), settings).Worst(0, std::ssize(streamed.packets)), 1.6);
+    const auto isEncoded = [&](const AudioRow& row) {
+        const auto middle = static_cast<std::size_t>((row.pos + row.posEnd) / 2 / kPacketMs);
+        const auto inSource = middle + static_cast<std::size_t>((row.srcPos - row.pos) / kPacketMs);
+        return streamed.packets[middle] != source->packets[inSource];
+    };
+    EXPECT_EQ(std::ranges::count_if(mix.rows, isEncoded), 1);
+}
+
 TEST(SoundStreamTest, StretchesOfTheEncoderCannotBeHeardEither) {
     const SharedSound source = support::Encode(support::Speech(60), {1, 96});
     const SoundMix mix = support::MixOf({{0, 60000, 0, 0, 60000, 90}}, {source});
-    for (const int kbit : {64, 24}) {
+    for (const auto& [kbit, most] : {std::pair{64, 1.3}, std::pair{24, 2.5}}) {
         const Streamed streamed = Stream(mix, {1, kbit, 3});
         const Errors errors(streamed.packets, support::Mixed(mix), {1, kbit});
-        EXPECT_LT(errors.Worst(0, std::ssize(streamed.packets)), 1.3) << kbit << " kbit/s";
+        EXPECT_LT(errors.Worst(0, std::ssize(streamed.packets)), most) << kbit << " kbit/s";
         EXPECT_EQ(Stream(mix, {1, kbit, 1}).packets, streamed.packets) << "on one thread and on three";
         EXPECT_EQ(streamed.copied, 0);
     }
@@ -239,8 +264,9 @@ TEST(EncodeSoundTest, StretchesCannotBeHeard) {
     const EncodeSettings settings{2, 96, 2};
     PcmInMemory source(speech, speech.size());
     std::vector<OpusPacket> packets;
-    const std::int64_t samples = EncodeSound(
-        source, settings, [&](std::span<const std::uint8_t> data) { packets.emplace_back(data.begin(), data.end()); }, {});
+    const std::int64_t samples =
+        EncodeSound(source, settings,
+                    [&](std::span<const std::uint8_t> data) { packets.emplace_back(data.begin(), data.end()); }, {});
     EXPECT_EQ(samples, 45 * kSampleRate);
     EXPECT_LT(Errors(packets, speech, settings).Worst(0, std::ssize(packets)), 1.3);
 }

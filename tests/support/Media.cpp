@@ -80,7 +80,8 @@ int NumberOn(const qv::Picture& picture) {
     for (int y = 0; y < luma.height; ++y) {
         for (int x = 0; x < luma.width; ++x) sum += luma.At(x, y);
     }
-    const double mean = sum / (luma.width * luma.height);
+    double mean = sum / (luma.width * luma.height);
+    if (qv::av::IsFullRange(*picture.frame)) mean = 16 + mean * 219 / 255;
     return static_cast<int>(std::lround((mean - kFirstBrightness) / kBrightnessStep));
 }
 

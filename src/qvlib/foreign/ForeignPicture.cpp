@@ -27,6 +27,25 @@ std::optional<PacketForm> ChooseForm(const ForeignFile& file, const AVStream& st
     return PacketForm::For(stream);
 }
 
+/// The times of decoding, taken in turn, are those of showing: for files that tell only the former.
+class TimesInTurn {
+public:
+    void Push(std::int64_t dts) {
+        waiting_.push_back(dts);
+        if (waiting_.size() > kMostDelayed) waiting_.pop_front();
+    }
+    [[nodiscard]] std::int64_t Take() {
+        if (waiting_.empty()) return AV_NOPTS_VALUE;
+        const std::int64_t time = waiting_.front();
+        waiting_.pop_front();
+        return time;
+    }
+
+private:
+    static constexpr std::size_t kMostDelayed = 64;  ///< by reordering and by the decoder's threads
+    std::deque<std::int64_t> waiting_;
+};
+
 /// Pixels that are not square are made so: the width that shows them in their shape.
 int SquareWidth(const AVStream& stream) {
     const AVRational shape = stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio
@@ -62,7 +81,8 @@ struct ForeignPicture::Impl {
     AVStream* stream;
     PictureFormat format;
     RisingTimes times;
-    std::int64_t lastTime = 0;
+    std::int64_t lastTime = 0;  ///< ms from zero of what was read last
+    bool pictureSeen = false;
     int damaged = 0;
     bool ended = false;
     av::Packet packet = av::NewPacket();
@@ -73,6 +93,7 @@ struct ForeignPicture::Impl {
     std::deque<PicturePacket> packets;
 
     av::Codec decoder;  ///< set: not carried
+    std::optional<TimesInTurn> inTurn;
     av::PictureScaler scaler{SWS_BICUBIC};
     std::deque<Picture> pictures;
 };
@@ -87,6 +108,7 @@ ForeignPicture::Impl::Impl(const std::filesystem::path& path, PictureTrack track
         return;
     }
     decoder = OpenStreamDecoder(file, *stream, 0);
+    if (stream->codecpar->video_delay > 0 && TellsNoShowingTimes(*file.Input().iformat)) inTurn.emplace();
     format = {PictureCodec::Vp9, SquareWidth(*stream), stream->codecpar->height, {}};
 }
 
@@ -149,6 +171,7 @@ void ForeignPicture::Impl::Emit(PicturePacket&& own) {
 void ForeignPicture::Impl::DecodeOn() {
     ended = !file.Next(*packet);
     if (!ended && packet->size == 0) return;
+    if (!ended && inTurn) inTurn->Push(packet->dts);
     const int sent = avcodec_send_packet(decoder.get(), ended ? nullptr : packet.get());
     if (sent == AVERROR(ENOMEM)) throw std::bad_alloc();
     if (sent < 0 && sent != AVERROR(EAGAIN) && sent != AVERROR_EOF) ++damaged;
@@ -166,7 +189,14 @@ void ForeignPicture::Impl::DecodeOn() {
 }
 
 void ForeignPicture::Impl::TakeFrame(const AVFrame& frame) {
-    const Ms time = times.Next(TimeOf(frame.best_effort_timestamp));
+    const std::int64_t guess = pictureSeen ? AV_NOPTS_VALUE : frame.best_effort_timestamp;
+    const std::int64_t told = frame.pts != AV_NOPTS_VALUE ? frame.pts : guess;
+    const std::int64_t before = lastTime;
+    std::int64_t now = TimeOf(inTurn ? inTurn->Take() : told);
+    if (pictureSeen) now = std::max(now, before + 1);
+    lastTime = now;
+    pictureSeen = true;
+    const Ms time = times.Next(now);
     av::Frame even = MakeEven(frame);
     pictures.push_back({std::shared_ptr<const AVFrame>(std::move(even)), time});
 }

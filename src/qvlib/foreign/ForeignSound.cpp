@@ -19,8 +19,8 @@ namespace {
 /// Containers round times, and some tell the time of a packet for the sound that begins in it: up to here the sound is
 /// taken as going on without a break.
 constexpr std::int64_t kJitter = 40 * kSamplesPerMs;
-/// A start this close to zero is zero.
-constexpr std::int64_t kStartJitter = 2 * kSamplesPerMs;
+/// Where a break is known of, times are believed more closely; a start this close to zero is zero.
+constexpr std::int64_t kSmallJitter = 5 * kSamplesPerMs;
 /// Times that jump back further than this were set anew; nothing is thrown away for them.
 constexpr std::int64_t kTimesSetAnew = 10 * kSampleRate;
 /// Longer silence than this, in a file that does not tell its length, is a broken time and not a pause.
@@ -83,6 +83,7 @@ struct ForeignSound::Impl {
     std::size_t readyFrom = 0;
     int damaged = 0;
     bool afterDamage = false;
+    bool trimming = false;  ///< the frame before came twice and was left out
     bool ended = false;
 };
 
@@ -126,7 +127,7 @@ std::optional<std::int64_t> ForeignSound::Impl::PlaceOf(const AVFrame& placed) {
                             av_rescale(priming, kSampleRate, placed.sample_rate);
     if (!shift) {
         const std::int64_t zero = av_rescale_q(file.ZeroUs(), AV_TIME_BASE_Q, {1, kSampleRate});
-        const bool fromHere = lateStart == LateStart::Drop || std::llabs(at - zero) <= kStartJitter;
+        const bool fromHere = lateStart == LateStart::Drop || std::llabs(at - zero) <= kSmallJitter;
         shift = fromHere ? at : zero;
         if (TellsExactEnd(*file.Input().iformat) && stream->duration > 0 && stream->start_time != AV_NOPTS_VALUE) {
             const std::int64_t end = stream->start_time + stream->duration;
@@ -170,13 +171,14 @@ void ForeignSound::Impl::Place(const AVFrame& placed) {
         *shift += off;
         off = 0;
     }
-    const bool exactly = afterDamage || Reached() == 0;
-    const std::int64_t tolerated = exactly ? kStartJitter : kJitter;
+    const bool exactly = afterDamage || trimming || Reached() == 0;
+    const std::int64_t tolerated = exactly ? kSmallJitter : kJitter;
     afterDamage = false;
     std::int64_t skip = std::exchange(priming, 0);
     if (off > tolerated) FillHole(off);
     if (off < -tolerated) skip += av_rescale(-off, placed.sample_rate, kSampleRate);
-    if (skip < placed.nb_samples) resampler->Put(placed, static_cast<int>(skip), ready);
+    trimming = skip >= placed.nb_samples;
+    if (!trimming) resampler->Put(placed, static_cast<int>(skip), ready);
 }
 
 void ForeignSound::Impl::FillHole(std::int64_t samples) {

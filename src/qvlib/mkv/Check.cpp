@@ -2,6 +2,7 @@
 #include "mkv/Check.h"
 
 #include <algorithm>
+#include <tuple>
 #include <vector>
 
 #include "MediaError.h"
@@ -17,7 +18,7 @@ namespace {
 /// What both checks share: the frame of the file, its head and its index. The whole check adds the clusters.
 class Checker {
 public:
-    explicit Checker(const std::filesystem::path& file) : reader_(file), window_(reader_.File()) {}
+    explicit Checker(const std::filesystem::path& file) : reader_(file), window_(reader_.File()), parser_(reader_) {}
 
     void CheckFrame() {
         const auto& header = CanonicalEbmlHeader();
@@ -60,23 +61,17 @@ public:
         if (CheckCluster(last) != reader_.Index()->offset) Fail("does not end with its index");
     }
 
+    /// Checksums, order and extent of all clusters, and whether the index fits what is found in them.
     void CheckClusters() {
         std::int64_t at = reader_.FirstCluster();
-        while (at < reader_.Index()->offset) at = CheckCluster(at);
+        while (at < reader_.Index()->offset) at = CheckCluster(at, true);
         if (at != reader_.Index()->offset) Fail("does not end with its index");
-    }
-
-    /// Order, extent and index of the blocks. Checksums have passed by now, so this finds what was written wrong.
-    void CheckBlocks() {
-        BlockCursor cursor(reader_);
-        while (const auto block = cursor.Next()) CheckBlock(*block);
-        auto told = cues_;
         const auto order = [](const Cue& a, const Cue& b) {
             return std::tie(a.cluster, a.time, a.track) < std::tie(b.cluster, b.time, b.track);
         };
-        std::ranges::sort(told, order);
+        std::ranges::sort(cues_, order);
         std::ranges::sort(found_, order);
-        if (told != found_) Fail("has an index that does not fit its blocks");
+        if (cues_ != found_) Fail("has an index that does not fit its blocks");
         CheckExtent();
     }
 
@@ -95,12 +90,22 @@ private:
     }
 
     /// @returns where the cluster ends
-    std::int64_t CheckCluster(std::int64_t at) {
+    std::int64_t CheckCluster(std::int64_t at, bool withBlocks = false) {
         const Extent extent = Level1(at);
         if (lastId_ != ebml::kCluster) Fail("is damaged at byte " + std::to_string(at));
         const auto data = window_.View(extent.Data(), static_cast<std::size_t>(extent.size));
         if (!ebml::CrcFits(data)) Fail("has a damaged cluster at byte " + std::to_string(at));
+        if (withBlocks) CheckBlocks(at, data);
         return extent.End();
+    }
+
+    /// The checksum has passed by now, so this finds what was written wrong.
+    void CheckBlocks(std::int64_t cluster, std::span<const std::uint8_t> data) {
+        parser_.EnterCluster(cluster);
+        ebml::Children walk(data);
+        while (const auto child = walk.Next())
+            if (const auto block = parser_.Parse(child->id, child->data)) CheckBlock(*block);
+        if (walk.Broken()) Fail("has a damaged cluster at byte " + std::to_string(cluster));
     }
 
     void CheckBlock(const Block& block) {
@@ -142,6 +147,7 @@ private:
 
     MkvReader reader_;
     Window window_;
+    BlockParser parser_;
     std::uint32_t lastId_ = 0;
     std::vector<Cue> cues_;
     std::vector<Cue> found_;
@@ -168,7 +174,6 @@ void CheckWhole(const std::filesystem::path& file) {
     checker.CheckHead();
     checker.CheckIndex();
     checker.CheckClusters();
-    checker.CheckBlocks();
 }
 
 }  // namespace qv

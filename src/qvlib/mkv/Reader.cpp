@@ -278,43 +278,18 @@ std::vector<Ms> MkvReader::KeyTimes(int track) const {
     return times;
 }
 
-BlockCursor::BlockCursor(const MkvReader& reader)
-    : reader_(&reader), window_(reader.File()), at_(reader.FirstCluster()) {}
-
-void BlockCursor::Seek(std::int64_t cluster) { at_ = cluster; }
-
-void BlockCursor::Fail(const std::string& reason) const {
-    throw MediaError(reader_->Path(), reason + " at byte " + std::to_string(at_));
+bool BlockParser::IsWanted(std::uint32_t id) {
+    return id == ebml::kTimestamp || id == ebml::kSimpleBlock || id == ebml::kBlockGroup;
 }
 
-std::optional<Block> BlockCursor::Next() {
-    while (at_ < reader_->File().Size()) {
-        const auto head = ebml::ParseHead(window_.View(at_, ebml::kMaxHeadSize));
-        if (!head) Fail("is damaged");
-        const auto data = at_ + static_cast<std::int64_t>(head->headSize);
-        if (head->id == ebml::kCluster) {
-            cluster_ = at_;
-            at_ = data;
-            continue;
-        }
-        const std::int64_t left = reader_->File().Size() - data;
-        if (head->unknownSize || left < 0 || head->size > static_cast<std::uint64_t>(left))
-            Fail("is cut short or damaged");
-        const std::int64_t end = data + static_cast<std::int64_t>(head->size);
-        std::optional<Block> block;
-        if (head->id == ebml::kTimestamp) clusterTime_ = ToOffset(window_.View(data, head->size));
-        if (head->id == ebml::kSimpleBlock) {
-            block = ParseBlock(window_.View(data, head->size));
-        } else if (head->id == ebml::kBlockGroup) {
-            block = ParseGroup(window_.View(data, head->size));
-        }
-        at_ = end;
-        if (block) return block;
-    }
+std::optional<Block> BlockParser::Parse(std::uint32_t id, std::span<const std::uint8_t> data) {
+    if (id == ebml::kSimpleBlock) return ParseBlock(data);
+    if (id == ebml::kBlockGroup) return ParseGroup(data);
+    if (id == ebml::kTimestamp) clusterTime_ = ToOffset(data);
     return std::nullopt;
 }
 
-Block BlockCursor::ParseBlock(std::span<const std::uint8_t> data) const {
+Block BlockParser::ParseBlock(std::span<const std::uint8_t> data) const {
     const auto track = ebml::ParseVarInt(data);
     if (!track || track->value > 127 || data.size() < track->width + 3) Fail("holds a damaged block");
     const std::size_t at = track->width;
@@ -330,7 +305,7 @@ Block BlockCursor::ParseBlock(std::span<const std::uint8_t> data) const {
     return block;
 }
 
-std::optional<Block> BlockCursor::ParseGroup(std::span<const std::uint8_t> data) {
+std::optional<Block> BlockParser::ParseGroup(std::span<const std::uint8_t> data) const {
     std::optional<Block> block;
     std::int64_t discardNs = 0;
     bool refers = false;
@@ -343,6 +318,39 @@ std::optional<Block> BlockCursor::ParseGroup(std::span<const std::uint8_t> data)
     block->key = !refers;
     block->discardNs = discardNs;
     return block;
+}
+
+void BlockParser::Fail(const std::string& reason) const {
+    throw MediaError(reader_->Path(), reason + " in the cluster at byte " + std::to_string(cluster_));
+}
+
+BlockCursor::BlockCursor(const MkvReader& reader)
+    : reader_(&reader), window_(reader.File()), parser_(reader), at_(reader.FirstCluster()) {}
+
+void BlockCursor::Seek(std::int64_t cluster) { at_ = cluster; }
+
+void BlockCursor::Fail(const std::string& reason) const {
+    throw MediaError(reader_->Path(), reason + " at byte " + std::to_string(at_));
+}
+
+std::optional<Block> BlockCursor::Next() {
+    while (at_ < reader_->File().Size()) {
+        const auto head = ebml::ParseHead(window_.View(at_, ebml::kMaxHeadSize));
+        if (!head) Fail("is damaged");
+        const auto data = at_ + static_cast<std::int64_t>(head->headSize);
+        if (head->id == ebml::kCluster) {  // its elements follow, and are taken one by one
+            parser_.EnterCluster(at_);
+            at_ = data;
+            continue;
+        }
+        const std::int64_t left = reader_->File().Size() - data;
+        if (head->unknownSize || left < 0 || head->size > static_cast<std::uint64_t>(left))
+            Fail("is cut short or damaged");
+        at_ = data + static_cast<std::int64_t>(head->size);
+        if (!BlockParser::IsWanted(head->id)) continue;
+        if (auto block = parser_.Parse(head->id, window_.View(data, head->size))) return block;
+    }
+    return std::nullopt;
 }
 
 }  // namespace qv

@@ -104,7 +104,7 @@ public:
     [[nodiscard]] std::int64_t TimestampScale() const { return timestampScale_; }
 
 private:
-    friend class BlockCursor;
+    friend class BlockParser;
 
     void ReadEbmlHeader();
     void ReadHead();
@@ -141,6 +141,30 @@ struct Block {
     std::span<const std::uint8_t> data;  ///< valid until the next block is read
 };
 
+/// Makes blocks of the elements inside clusters.
+class BlockParser {
+public:
+    explicit BlockParser(const MkvReader& reader) : reader_(&reader) {}
+
+    /// The elements that come next are those of the cluster whose head lies there.
+    void EnterCluster(std::int64_t cluster) { cluster_ = cluster; }
+    /// @param data of the element; the block refers to it
+    /// @returns the block that the element is; nothing for those that are none
+    /// @throws MediaError when it is damaged
+    [[nodiscard]] std::optional<Block> Parse(std::uint32_t id, std::span<const std::uint8_t> data);
+    /// Whether Parse has to see the data of such elements.
+    [[nodiscard]] static bool IsWanted(std::uint32_t id);
+
+private:
+    [[nodiscard]] std::optional<Block> ParseGroup(std::span<const std::uint8_t> data) const;
+    [[nodiscard]] Block ParseBlock(std::span<const std::uint8_t> data) const;
+    [[noreturn]] void Fail(const std::string& reason) const;
+
+    const MkvReader* reader_;
+    std::int64_t cluster_ = 0;
+    std::int64_t clusterTime_ = 0;
+};
+
 /// Walks the blocks of a file in the order in which they lie there. The reader outlives it.
 class BlockCursor {
 public:
@@ -152,15 +176,12 @@ public:
     [[nodiscard]] std::optional<Block> Next();
 
 private:
-    [[nodiscard]] std::optional<Block> ParseGroup(std::span<const std::uint8_t> data);
-    [[nodiscard]] Block ParseBlock(std::span<const std::uint8_t> data) const;
     [[noreturn]] void Fail(const std::string& reason) const;
 
     const MkvReader* reader_;
     Window window_;
+    BlockParser parser_;
     std::int64_t at_ = 0;
-    std::int64_t cluster_ = 0;
-    std::int64_t clusterTime_ = 0;
 };
 
 }  // namespace qv

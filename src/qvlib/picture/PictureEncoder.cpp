@@ -63,12 +63,13 @@ void SetVp9Options(av::Options& options) {
     options.Set("tune-content", "screen");
 }
 
-void SetAv1Options(av::Options& options) {
+void SetAv1Options(av::Options& options, int width) {
+    constexpr int kEnoughForTwoTiles = 256;
     options.Set("usage", "realtime");
     options.Set("cpu-used", 8);
     options.Set("lag-in-frames", 0);
     options.Set("row-mt", 1);
-    options.Set("tile-columns", 1);
+    if (width >= kEnoughForTwoTiles) options.Set("tile-columns", 1);
     options.Set("crf", kAv1Quantizer);
     options.Set("qmin", kAv1Quantizer);
     options.Set("qmax", kAv1Quantizer);
@@ -105,7 +106,7 @@ void SetOptions(av::Options& options, AVCodecContext& context, const PictureForm
             context.bit_rate = 1'000'000'000;  // the quantizer alone decides
             break;
         case PictureCodec::Vp9: SetVp9Options(options); break;
-        case PictureCodec::Av1: SetAv1Options(options); break;
+        case PictureCodec::Av1: SetAv1Options(options, context.width); break;
         case PictureCodec::H264: SetH264Options(options, like); break;
     }
 }

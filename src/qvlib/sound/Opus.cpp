@@ -86,21 +86,34 @@ void OpusDecoderHandle::Reset() { Check("reset", opus_decoder_ctl(AsDecoder(stat
 
 bool OpusDecoderHandle::Decode(std::span<const std::uint8_t> packet, std::span<float> out) {
     const auto bytes = static_cast<opus_int32>(std::min<std::size_t>(packet.size(), 1 << 20));
-    const bool good = bytes > 0 && opus_packet_get_nb_samples(packet.data(), bytes, kSampleRate) == kPacketSamples &&
-                      opus_decode_float(AsDecoder(state_), packet.data(), bytes, out.data(), kPacketSamples, 0) ==
-                          kPacketSamples;
+    const bool good =
+        bytes > 0 && opus_packet_get_nb_samples(packet.data(), bytes, kSampleRate) == kPacketSamples &&
+        opus_decode_float(AsDecoder(state_), packet.data(), bytes, out.data(), kPacketSamples, 0) == kPacketSamples;
     if (!good) std::ranges::fill(out, 0.0F);
     return good;
 }
 
 std::vector<std::uint8_t> MakeOpusHead(int channels) {
     const auto low = [](int value) { return static_cast<std::uint8_t>(value & 0xff); };
-    return {'O', 'p', 'u', 's', 'H', 'e', 'a', 'd',
+    return {'O',
+            'p',
+            'u',
+            's',
+            'H',
+            'e',
+            'a',
+            'd',
             1,  // version
-            low(channels), low(kPreSkip), low(kPreSkip >> 8),
-            low(kSampleRate), low(kSampleRate >> 8), low(kSampleRate >> 16), 0,
-            0, 0,  // gain
-            0};    // mapping family: mono or stereo
+            low(channels),
+            low(kPreSkip),
+            low(kPreSkip >> 8),
+            low(kSampleRate),
+            low(kSampleRate >> 8),
+            low(kSampleRate >> 16),
+            0,
+            0,
+            0,   // gain
+            0};  // mapping family: mono or stereo
 }
 
 }  // namespace qv

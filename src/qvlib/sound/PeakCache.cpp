@@ -90,7 +90,8 @@ PeakCache::PeakCache(const std::filesystem::path& file, const std::filesystem::p
 std::optional<KeptPeaks> PeakCache::Load() const try {
     if (kept_.empty()) return std::nullopt;
     const ReadFile file(kept_);
-    if (file.Size() < static_cast<std::int64_t>(sizeof(Header)) || file.Size() > static_cast<std::int64_t>(kMostBytes)) {
+    if (file.Size() < static_cast<std::int64_t>(sizeof(Header)) ||
+        file.Size() > static_cast<std::int64_t>(kMostBytes)) {
         return std::nullopt;
     }
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(file.Size()));

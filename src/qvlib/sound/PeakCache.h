@@ -12,9 +12,9 @@ namespace qv {
 struct KeptPeaks {
     static constexpr std::int64_t kChunkQuanta = 2048;
 
-    std::int64_t samples = 0;             ///< of the sound; 0 to kMostSamples
-    std::vector<std::uint8_t> known;      ///< for each chunk, 1 or 0
-    std::vector<std::int16_t> peaks;      ///< for each quantum; 0 where not known
+    std::int64_t samples = 0;         ///< of the sound; 0 to kMostSamples
+    std::vector<std::uint8_t> known;  ///< for each chunk, 1 or 0
+    std::vector<std::int16_t> peaks;  ///< for each quantum; 0 where not known
 
     /// 48 hours. A file may claim more; there are no peaks behind this.
     static constexpr std::int64_t kMostSamples = std::int64_t{48} * 3600 * 48000;

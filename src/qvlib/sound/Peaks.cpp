@@ -50,7 +50,8 @@ float LoudestOf(std::span<const float> samples) {
 
 std::int16_t PeakOf(std::span<const float> samples) {
     const float loudest = LoudestOf(samples);
-    return loudest < 1.0F ? static_cast<std::int16_t>(std::min(32767L, std::lrint(loudest * 32768.0F))) : std::int16_t{32767};
+    return loudest < 1.0F ? static_cast<std::int16_t>(std::min(32767L, std::lrint(loudest * 32768.0F)))
+                          : std::int16_t{32767};
 }
 
 /// The peaks of one chunk. It is decoded from the same place on each time, so that they depend on the file alone.
@@ -111,7 +112,8 @@ std::vector<std::int16_t> SamplePeaks(const PeakRequest& request, const JobConte
     if (!kept) kept = KeptPeaks::Unknown(Open(request)->Samples());
 
     const auto quanta = static_cast<std::int64_t>(kept->peaks.size());
-    const QuantumRange asked{QuantaOfPart(request, 0, quanta).from, QuantaOfPart(request, request.count - 1, quanta).to};
+    const QuantumRange asked{QuantaOfPart(request, 0, quanta).from,
+                             QuantaOfPart(request, request.count - 1, quanta).to};
     if (Learn(request, asked, *kept, job)) cache.Save(*kept);
 
     std::vector<std::int16_t> values(static_cast<std::size_t>(request.count));

@@ -23,8 +23,8 @@ struct PeakRequest {
     Ms startMs = 0;
     Ms endMs = 0;
     int count = 0;
-    std::filesystem::path cacheFolder;  ///< empty: nothing is kept
-    int threads = 0;                    ///< how many decode at a time; 0: one for each core
+    std::filesystem::path cacheFolder;                        ///< empty: nothing is kept
+    int threads = 0;                                          ///< how many decode at a time; 0: one for each core
     std::function<std::unique_ptr<OpusPackets>()> open = {};  ///< empty: OpenSound(file); called on any thread
 };
 

@@ -120,8 +120,8 @@ void RowMixer::Restart() {
 
 /// The row that is heard at a sample; rows.size() behind the last one.
 std::size_t RowMixer::RowAt(std::int64_t sample) const {
-    const auto after = std::ranges::partition_point(
-        mix_.rows, [&](const AudioRow& row) { return SampleAt(row.posEnd) <= sample; });
+    const auto after =
+        std::ranges::partition_point(mix_.rows, [&](const AudioRow& row) { return SampleAt(row.posEnd) <= sample; });
     return static_cast<std::size_t>(after - mix_.rows.begin());
 }
 

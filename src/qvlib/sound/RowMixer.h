@@ -20,11 +20,11 @@ namespace qv {
 
 /// A play list's sound: its rows, where they come from, and what is to come out.
 struct SoundMix {
-    std::vector<AudioRow> rows;  ///< tiling the timeline from 0: pos == the posEnd before, posEnd > pos
+    std::vector<AudioRow> rows;                ///< tiling the timeline from 0: pos == the posEnd before, posEnd > pos
     std::vector<std::filesystem::path> files;  ///< the sources that fileIndex counts
     SoundOpener open;                          ///< called on any thread, on several at a time
     int channels = 1;                          ///< of the result, 1 or 2
-    std::int64_t totalSamples = 0;  ///< rows behind it are not heard; what the rows do not reach is silence
+    std::int64_t totalSamples = 0;             ///< rows behind it are not heard; what the rows do not reach is silence
 };
 
 /// How loud a row is from its first sample to its last.

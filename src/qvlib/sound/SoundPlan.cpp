@@ -66,10 +66,9 @@ SoundStep CopyOf(Untouched stretch, std::int64_t totalSamples) {
     // Before the first sample there is nothing to hear, and behind the last one neither.
     if (stretch.from == 0 && stretch.shift == 0) stretch.from = -kForever;
     if (stretch.to >= totalSamples) stretch.to = kForever;
-    const std::int64_t first =
-        std::max<std::int64_t>(0, CeilDiv(stretch.from + kPreSkip + kOverlap, kPacketSamples));
-    const std::int64_t end = std::min(
-        PacketsFor(totalSamples), FloorDiv(stretch.to + kPreSkip - kOverlap, kPacketSamples));
+    const std::int64_t first = std::max<std::int64_t>(0, CeilDiv(stretch.from + kPreSkip + kOverlap, kPacketSamples));
+    const std::int64_t end =
+        std::min(PacketsFor(totalSamples), FloorDiv(stretch.to + kPreSkip - kOverlap, kPacketSamples));
     return {SoundStep::Kind::Copy, first, end - first, stretch.fileIndex, first - stretch.shift / kPacketSamples};
 }
 

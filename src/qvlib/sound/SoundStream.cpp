@@ -101,7 +101,8 @@ SoundStream::Impl::Impl(SoundMix mix, EncodeSettings settings, const std::functi
       reader_(mix_),
       plan_(PlanOf(mix_, reader_.packets)),
       stretches_(StretchesOf(plan_)),
-      tasks_(settings.ThreadCount(), [this] { return std::make_unique<Reader>(mix_); }, std::move(stop)) {
+      tasks_(
+          settings.ThreadCount(), [this] { return std::make_unique<Reader>(mix_); }, std::move(stop)) {
     settings_.channels = mix_.channels;
 }
 

@@ -31,15 +31,11 @@ static_assert(kPrimingPackets + kJointBefore <= kLeastCopy, "a decoder could not
 /// A difference of -90 dB is none.
 constexpr double kInaudible = 1e-9;
 
-using PacketAt = std::function<const OpusPacket&(std::int64_t)>;
-
-/// A change from one chain of packets to another at one of the places first..last, and the chain that the encoder made.
+/// A change at one of the places first..last, from copied packets to encoded ones or back.
 struct Joint {
     std::int64_t first;
     std::int64_t last;
-    PacketAt before;
-    PacketAt after;
-    PacketAt encoded;
+    bool toCopied;
 };
 
 /// @param error  the error behind the change, in the worst of its packets, as a share of the codec's own: clean up to 1
@@ -90,21 +86,25 @@ public:
 private:
     void EncodeUpTo(std::int64_t end);
     [[nodiscard]] const OpusPacket* Model(std::int64_t n);
+    [[nodiscard]] bool HasJoint() const { return stretch_.afterCopy || stretch_.beforeCopy; }
+    [[nodiscard]] std::span<const float> WantedOf(std::int64_t n) const;
     [[nodiscard]] const OpusPacket& Encoded(std::int64_t n) const;
     [[nodiscard]] const OpusPacket& Copied(std::int64_t n);
-    [[nodiscard]] const OpusPacket& Chosen(std::int64_t n);
+    [[nodiscard]] const OpusPacket& Before(const Joint& joint, std::int64_t n);
+    [[nodiscard]] const OpusPacket& After(const Joint& joint, std::int64_t n);
     [[nodiscard]] std::int64_t End() const { return begin_ + static_cast<std::int64_t>(packets_.size()); }
     [[nodiscard]] Place BestPlace(const Joint& joint);
     [[nodiscard]] Place FromCopied();
-    [[nodiscard]] Place ToCopied(std::int64_t first, std::int64_t last);
+    [[nodiscard]] Place ToCopied(std::int64_t least, std::int64_t most);
 
     const StretchInputs& inputs_;
     const Stretch& stretch_;
     std::stop_token stop_;
-    std::int64_t begin_;               ///< the packet that packets_ begins with
-    std::int64_t first_;               ///< the first packet of the result
+    std::int64_t begin_;  ///< the packet that packets_ begins with
+    std::int64_t first_;  ///< the first packet of the result
     PacketEncoder encoder_;
     std::vector<OpusPacket> packets_;  ///< what the encoder made
+    std::vector<float> wanted_;        ///< what went in, when there is a joint to listen to
     std::map<std::int64_t, OpusPacket> copied_;
 };
 
@@ -116,8 +116,8 @@ EncodedStretch StretchMaker::Make() {
     }
     Place end{stretch_.End(), 0};
     if (stretch_.beforeCopy) {
-        end = ToCopied(stretch_.End() + kFirstTry, stretch_.End() + kLastTry);
-        if (!end.IsClean()) end = ToCopied(stretch_.End() + kLastTry + 1, stretch_.End() + kFarthestTry);
+        end = ToCopied(kFirstTry, kLastTry);
+        if (!end.IsClean()) end = ToCopied(kLastTry + 1, kFarthestTry);
         if (!end.IsClean()) end.packet = stretch_.End() + kFarthestTry;
     }
     packets_.resize(static_cast<std::size_t>(end.packet - begin_));
@@ -129,6 +129,7 @@ void StretchMaker::EncodeUpTo(std::int64_t end) {
     while (End() < end) {
         if (stop_.stop_requested()) throw Abandoned();
         packets_.push_back(encoder_.Next(Model(End())));
+        if (HasJoint()) wanted_.insert(wanted_.end(), encoder_.Frame().begin(), encoder_.Frame().end());
     }
 }
 
@@ -141,37 +142,42 @@ const OpusPacket* StretchMaker::Model(std::int64_t n) {
     return nullptr;
 }
 
-const OpusPacket& StretchMaker::Encoded(std::int64_t n) const {
-    return packets_[static_cast<std::size_t>(n - begin_)];
+/// The samples that a decoder should give for packet n.
+std::span<const float> StretchMaker::WantedOf(std::int64_t n) const {
+    const std::int64_t from = (n - begin_) * kPacketSamples - kPreSkip;
+    const auto channels = static_cast<std::size_t>(inputs_.settings.channels);
+    return std::span(wanted_).subspan(static_cast<std::size_t>(from) * channels, kPacketSamples * channels);
 }
+
+const OpusPacket& StretchMaker::Encoded(std::int64_t n) const { return packets_[static_cast<std::size_t>(n - begin_)]; }
 
 const OpusPacket& StretchMaker::Copied(std::int64_t n) {
     const auto found = copied_.find(n);
     return found != copied_.end() ? found->second : copied_.emplace(n, inputs_.copied(n)).first->second;
 }
 
-const OpusPacket& StretchMaker::Chosen(std::int64_t n) { return n < first_ ? Copied(n) : Encoded(n); }
+/// What is heard at place n while the change is still to come.
+const OpusPacket& StretchMaker::Before(const Joint& joint, std::int64_t n) {
+    return joint.toCopied && n >= first_ ? Encoded(n) : Copied(n);
+}
 
-/// The place with the least error. Both ways of going on are decoded at each place: through the change, and on with
-/// the encoder's packets, which is the measure.
+const OpusPacket& StretchMaker::After(const Joint& joint, std::int64_t n) {
+    return joint.toCopied ? Copied(n) : Encoded(n);
+}
+
+/// The place with the least error: decoded through the change at each place, and for a measure through the encoder's
+/// packets alone.
 Place StretchMaker::BestPlace(const Joint& joint) {
     const std::int64_t end = std::min(joint.last + kJudged, End());
-    const int channels = inputs_.settings.channels;
-    const auto packetFloats = static_cast<std::size_t>(kPacketSamples) * static_cast<std::size_t>(channels);
-    std::vector<float> wanted(static_cast<std::size_t>(end - joint.first) * packetFloats);
-    inputs_.wanted(joint.first * kPacketSamples - kPreSkip, wanted);
-    const auto wantedOf = [&](std::int64_t n) {
-        return std::span(wanted).subspan(static_cast<std::size_t>(n - joint.first) * packetFloats, packetFloats);
-    };
-
-    Listener before(channels);
-    Listener encoded(channels);
+    Listener before(inputs_.settings.channels);
+    Listener encoded(inputs_.settings.channels);
     for (std::int64_t n = std::max(begin_, joint.first - kPrimingPackets); n < joint.first; ++n) {
-        before.Hear(joint.before(n));
-        encoded.Hear(joint.encoded(n));
+        before.Hear(Before(joint, n));
+        if (!joint.toCopied) encoded.Hear(Encoded(n));
     }
+    if (joint.toCopied) encoded = before;
     std::vector<double> noise;
-    for (std::int64_t n = joint.first; n < end; ++n) noise.push_back(encoded.Error(joint.encoded(n), wantedOf(n)));
+    for (std::int64_t n = joint.first; n < end; ++n) noise.push_back(encoded.Error(Encoded(n), WantedOf(n)));
 
     Place best{joint.last, std::numeric_limits<double>::infinity()};
     for (std::int64_t place = joint.first; place <= joint.last; ++place) {
@@ -179,27 +185,21 @@ Place StretchMaker::BestPlace(const Joint& joint) {
         double worst = 0;
         for (std::int64_t n = place; n < std::min(place + kJudged, end); ++n) {
             const double own = noise[static_cast<std::size_t>(n - joint.first)];
-            worst = std::max(worst, (after.Error(joint.after(n), wantedOf(n)) + kInaudible) / (own + kInaudible));
+            worst = std::max(worst, (after.Error(After(joint, n), WantedOf(n)) + kInaudible) / (own + kInaudible));
         }
         if (worst < best.error) best = {place, worst};
-        if (place < joint.last) before.Hear(joint.before(place));
+        if (place < joint.last) before.Hear(Before(joint, place));
     }
     return best;
 }
 
 /// Where the encoded packets begin to follow the copied ones before the stretch.
-Place StretchMaker::FromCopied() {
-    const auto copied = [this](std::int64_t n) -> const OpusPacket& { return Copied(n); };
-    const auto encoded = [this](std::int64_t n) -> const OpusPacket& { return Encoded(n); };
-    return BestPlace({stretch_.first - kJointBefore, stretch_.first, copied, encoded, encoded});
-}
+Place StretchMaker::FromCopied() { return BestPlace({stretch_.first - kJointBefore, stretch_.first, false}); }
 
-/// Where the copied packets behind the stretch begin to follow the encoded ones.
-Place StretchMaker::ToCopied(std::int64_t first, std::int64_t last) {
-    EncodeUpTo(last + kJudged);
-    const auto copied = [this](std::int64_t n) -> const OpusPacket& { return Copied(n); };
-    const auto chosen = [this](std::int64_t n) -> const OpusPacket& { return Chosen(n); };
-    return BestPlace({first, last, chosen, copied, chosen});
+/// Where the copied packets behind the stretch begin to follow the encoded ones, `least` to `most` behind its end.
+Place StretchMaker::ToCopied(std::int64_t least, std::int64_t most) {
+    EncodeUpTo(stretch_.End() + most + kJudged);
+    return BestPlace({stretch_.End() + least, stretch_.End() + most, true});
 }
 
 }  // namespace

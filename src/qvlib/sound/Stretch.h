@@ -43,6 +43,9 @@ public:
     /// The next packet; `model` as in OpusEncoderHandle::Encode.
     OpusPacket Next(const OpusPacket* model = nullptr);
 
+    /// The samples that went in with the packet that Next gave last.
+    [[nodiscard]] std::span<const float> Frame() const { return frame_; }
+
 private:
     OpusEncoderHandle encoder_;
     WantedSound wanted_;
