@@ -137,27 +137,42 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         ContainerCase{"a.mp4", kX264, PictureCodec::H264, {0, 500, 1000}},
         ContainerCase{"a.mov", kX264, PictureCodec::H264, {0, 500, 1000}},
-        ContainerCase{"fragments.mp4", "-c:v libx264 -crf 8 -g 15 -bf 2 -sc_threshold 0 -movflags frag_keyframe+empty_moov",
-                      PictureCodec::H264, {0, 500, 1000}},
+        ContainerCase{"fragments.mp4",
+                      "-c:v libx264 -crf 8 -g 15 -bf 2 -sc_threshold 0 -movflags frag_keyframe+empty_moov",
+                      PictureCodec::H264,
+                      {0, 500, 1000}},
         ContainerCase{"a.mkv", kX264, PictureCodec::H264, {0, 500, 1000}},
         ContainerCase{"a.flv", kX264, PictureCodec::H264, {0, 500, 1000}},
         ContainerCase{"a.ts", kX264, PictureCodec::H264, {0, 500, 1000}},
         ContainerCase{"reordered.avi", kX264, std::nullopt, {}},
-        ContainerCase{"straight.avi", "-c:v libx264 -crf 8 -g 15 -bf 0 -sc_threshold 0", PictureCodec::H264, {0, 500, 1000}},
-        ContainerCase{"open.mp4", "-c:v libx264 -crf 8 -g 15 -bf 3 -sc_threshold 0 -x264-params open-gop=1",
-                      PictureCodec::H264, {0}},
-        ContainerCase{"a.webm", "-c:v libvpx-vp9 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 0 -live 1",
-                      PictureCodec::Vp9, {0, 500, 1000}},
-        ContainerCase{"hidden9.webm", "-c:v libvpx-vp9 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 12 -auto-alt-ref 1",
-                      PictureCodec::Vp9, {0, 500, 1000}},
-        ContainerCase{"hidden8.webm", "-c:v libvpx -crf 4 -b:v 2M -g 15 -keyint_min 15 -lag-in-frames 12 -auto-alt-ref 1",
-                      PictureCodec::Vp8, {0, 500, 1000}},
-        ContainerCase{"av1.mkv", "-c:v libaom-av1 -cpu-used 8 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 0",
-                      PictureCodec::Av1, {0, 500, 1000}},
-        ContainerCase{"av1.mp4", "-c:v libaom-av1 -cpu-used 8 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 0",
-                      PictureCodec::Av1, {0, 500, 1000}},
+        ContainerCase{
+            "straight.avi", "-c:v libx264 -crf 8 -g 15 -bf 0 -sc_threshold 0", PictureCodec::H264, {0, 500, 1000}},
+        ContainerCase{"open.mp4",
+                      "-c:v libx264 -crf 8 -g 15 -bf 3 -sc_threshold 0 -x264-params open-gop=1",
+                      PictureCodec::H264,
+                      {0}},
+        ContainerCase{"a.webm",
+                      "-c:v libvpx-vp9 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 0 -live 1",
+                      PictureCodec::Vp9,
+                      {0, 500, 1000}},
+        ContainerCase{"hidden9.webm",
+                      "-c:v libvpx-vp9 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 12 -auto-alt-ref 1",
+                      PictureCodec::Vp9,
+                      {0, 500, 1000}},
+        ContainerCase{"hidden8.webm",
+                      "-c:v libvpx -crf 4 -b:v 2M -g 15 -keyint_min 15 -lag-in-frames 12 -auto-alt-ref 1",
+                      PictureCodec::Vp8,
+                      {0, 500, 1000}},
+        ContainerCase{"av1.mkv",
+                      "-c:v libaom-av1 -cpu-used 8 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 0",
+                      PictureCodec::Av1,
+                      {0, 500, 1000}},
+        ContainerCase{"av1.mp4",
+                      "-c:v libaom-av1 -cpu-used 8 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames 0",
+                      PictureCodec::Av1,
+                      {0, 500, 1000}},
         ContainerCase{"a.wmv", "-c:v wmv2 -q:v 2", std::nullopt, {}},
-        ContainerCase{"a.mpg", "-c:v mpeg2video -q:v 2 -bf 2", std::nullopt, {}},
+        ContainerCase{"a.mpg", "-vf scale=320:240,noise=alls=12:allf=t -c:v mpeg2video -q:v 2 -bf 2", std::nullopt, {}},
         ContainerCase{"jpeg.avi", "-c:v mjpeg -q:v 2", std::nullopt, {}},
         ContainerCase{"animation.mov", "-vf format=rgb24 -c:v qtrle", std::nullopt, {}}),
     [](const auto& info) {
@@ -178,7 +193,10 @@ TEST(ForeignPicture, GroupWithHiddenPicturesIsEncodedAnew) {
 
 TEST(ForeignPicture, StreamCutInTheMiddleStartsWhereItCanBeDecoded) {
     const auto folder = support::TestFolder();
-    const auto file = support::MakeMedia(folder, "a.ts", support::NumberedPictures(45) + kX264 + " -x264-params nal-hrd=cbr:filler=1 -b:v 300k -maxrate 300k -bufsize 100k");
+    const auto file =
+        support::MakeMedia(folder, "a.ts",
+                           support::NumberedPictures(45) + kX264 +
+                               " -x264-params nal-hrd=cbr:filler=1 -b:v 300k -maxrate 300k -bufsize 100k");
     auto bytes = support::ReadBytes(file);
     bytes.erase(bytes.begin(), bytes.begin() + 188 * 60);
     support::WriteBytes(file, bytes);
@@ -194,8 +212,8 @@ TEST(ForeignPicture, KeysBringTheParameterSetsThatTheStreamChangedTo) {
     const std::string settings[] = {"-refs 1 -profile:v main", "-refs 4 -profile:v high", "-refs 1 -profile:v main"};
     Bytes joined;
     for (const std::string& now : settings) {
-        const auto raw = support::MakeMedia(folder, "part.h264", support::NumberedPictures(15) +
-                                                                     "-c:v libx264 -crf 8 -bf 0 " + now);
+        const auto raw =
+            support::MakeMedia(folder, "part.h264", support::NumberedPictures(15) + "-c:v libx264 -crf 8 -bf 0 " + now);
         const Bytes part = support::ReadBytes(raw);
         joined.insert(joined.end(), part.begin(), part.end());
     }
@@ -212,7 +230,8 @@ TEST(ForeignPicture, KeysBringTheParameterSetsThatTheStreamChangedTo) {
 TEST(ForeignPicture, PictureKeepsStepWithASoundThatStartsFirst) {
     const auto folder = support::TestFolder();
     const std::string sound = "-f lavfi -i sine=d=2:r=48000 ";
-    const std::string late = sound + "-itsoffset 0.7 " + support::NumberedPictures(30) + kX264 + " -c:a pcm_s16le -vsync passthrough";
+    const std::string late =
+        sound + "-itsoffset 0.7 " + support::NumberedPictures(30) + kX264 + " -c:a pcm_s16le -vsync passthrough";
     const Track track = Read(support::MakeMedia(folder, "late.mov", late));
     EXPECT_EQ(track.shown.at(0).time, 0) << "the first picture fills the time before it";
     EXPECT_EQ(track.shown.at(1).time, 733);
@@ -225,9 +244,10 @@ TEST(ForeignPicture, PictureKeepsStepWithASoundThatStartsFirst) {
 
 TEST(ForeignPicture, UnevenTimesStayAsTheyAre) {
     const auto folder = support::TestFolder();
-    const std::string slow = support::NumberedPictures(45) +
-                             "-filter:v \"settb=1/1000,setpts='if(lt(N,5),N*1000/30,if(lt(N,6),4000,4000+(N-5)*1000/60))'\" "
-                             "-vsync vfr -enc_time_base 1:1000 ";
+    const std::string slow =
+        support::NumberedPictures(45) +
+        "-filter:v \"settb=1/1000,setpts='if(lt(N,5),N*1000/30,if(lt(N,6),4000,4000+(N-5)*1000/60))'\" "
+        "-vsync vfr -enc_time_base 1:1000 ";
     for (const char* name : {"vfr.mkv", "vfr.mp4"}) {
         const Track track = Read(support::MakeMedia(folder, name, slow + kX264));
         ASSERT_EQ(track.shown.size(), 45U) << name;
@@ -275,15 +295,15 @@ TEST(ForeignPicture, ColoursOfRgbSurviveTheWayToVp9) {
 
 TEST(ForeignPicture, SecondTrackIsTheCameraAndCoverArtIsNone) {
     const auto folder = support::TestFolder();
-    const auto both = support::MakeMedia(folder, "both.mkv",
-                                         support::NumberedPictures(10) + support::NumberedPictures(10, "32x32") +
-                                             "-map 0 -map 1 -c:v libx264");
+    const auto both = support::MakeMedia(
+        folder, "both.mkv",
+        support::NumberedPictures(10) + support::NumberedPictures(10, "32x32") + "-map 0 -map 1 -c:v libx264");
     EXPECT_EQ(Read(both, PictureTrack::Picture).format.width, 64);
     EXPECT_EQ(Read(both, PictureTrack::Camera).format.width, 32);
     const auto png = support::MakeMedia(folder, "art.png", "-f lavfi -i color=red:s=64x64 -frames:v 1");
-    const auto song = support::MakeMedia(folder, "song.m4a",
-                                         "-f lavfi -i sine=d=1 -i " + support::Quoted(png) +
-                                             " -map 0 -map 1 -c:v copy -disposition:v attached_pic");
+    const auto song = support::MakeMedia(
+        folder, "song.m4a",
+        "-f lavfi -i sine=d=1 -i " + support::Quoted(png) + " -map 0 -map 1 -c:v copy -disposition:v attached_pic");
     EXPECT_THROW(ForeignPicture{song}, MediaError);
     EXPECT_THROW(ForeignPicture(song, PictureTrack::Camera), MediaError);
 }

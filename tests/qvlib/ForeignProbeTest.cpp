@@ -44,7 +44,8 @@ TEST(ForeignProbe, TellsWhatARecordingHolds) {
         int slack;
     };
     const std::string both = support::NumberedPictures(60) + kSound;
-    const std::string chapters = both + "-i " + support::Quoted(folder / "chapters.txt") + " -map_metadata 2 -c:v libx264";
+    const std::string chapters =
+        both + "-i " + support::Quoted(folder / "chapters.txt") + " -map_metadata 2 -c:v libx264";
     const Case cases[] = {
         {"a.mp4", chapters, "h264 carried 64x48 sound 1 0:Start 800:Noise ", 2000, 0},
         {"a.mkv", chapters + " -c:a flac", "h264 carried 64x48 sound 1 0:Start 800:Noise ", 2000, 1},

@@ -48,8 +48,8 @@ Heard Hear(const std::filesystem::path& file, int channels = 0, LateStart late =
 /// ffmpeg arguments for silence with a click of one sample.
 std::string Click(double atSeconds, int rate = 48000, double length = 2.5) {
     const auto at = std::to_string(std::llround(atSeconds * rate));
-    return "-f lavfi -i \"aevalsrc='0.8*eq(n," + at + ")':s=" + std::to_string(rate) +
-           ":d=" + std::to_string(length) + "\" ";
+    return "-f lavfi -i \"aevalsrc='0.8*eq(n," + at + ")':s=" + std::to_string(rate) + ":d=" + std::to_string(length) +
+           "\" ";
 }
 
 struct FormatCase {
@@ -76,24 +76,23 @@ TEST_P(ForeignSoundFormats, LengthAndPlaceAreExact) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lossless, ForeignSoundFormats,
-    testing::Values(FormatCase{.file = "s16.wav", .args = "", .level = 0.8},
-                    FormatCase{.file = "u8.wav", .args = "-c:a pcm_u8", .level = 0.8},
-                    FormatCase{.file = "s24.wav", .args = "-c:a pcm_s24le", .level = 0.8},
-                    FormatCase{.file = "f32.wav", .args = "-c:a pcm_f32le", .level = 0.8},
-                    FormatCase{.file = "cd.wav", .args = "", .rate = 44100},
-                    FormatCase{.file = "phone.wav", .args = "", .rate = 8000},
-                    FormatCase{.file = "studio.wav", .args = "", .rate = 96000},
-                    FormatCase{.file = "a.flac", .args = "", .level = 0.8},
-                    FormatCase{.file = "cd.flac", .args = "", .rate = 44100},
-                    FormatCase{.file = "flac.mkv", .args = "-c:a flac", .level = 0.8},
-                    FormatCase{.file = "alac.m4a", .args = "-c:a alac", .level = 0.8},
-                    FormatCase{.file = "pcm.avi", .args = "-c:a pcm_s16le", .level = 0.8},
-                    FormatCase{.file = "a.aiff", .args = "", .level = 0.8}));
+INSTANTIATE_TEST_SUITE_P(Lossless, ForeignSoundFormats,
+                         testing::Values(FormatCase{.file = "s16.wav", .args = "", .level = 0.8},
+                                         FormatCase{.file = "u8.wav", .args = "-c:a pcm_u8", .level = 0.8},
+                                         FormatCase{.file = "s24.wav", .args = "-c:a pcm_s24le", .level = 0.8},
+                                         FormatCase{.file = "f32.wav", .args = "-c:a pcm_f32le", .level = 0.8},
+                                         FormatCase{.file = "cd.wav", .args = "", .rate = 44100},
+                                         FormatCase{.file = "phone.wav", .args = "", .rate = 8000},
+                                         FormatCase{.file = "studio.wav", .args = "", .rate = 96000},
+                                         FormatCase{.file = "a.flac", .args = "", .level = 0.8},
+                                         FormatCase{.file = "cd.flac", .args = "", .rate = 44100},
+                                         FormatCase{.file = "flac.mkv", .args = "-c:a flac", .level = 0.8},
+                                         FormatCase{.file = "alac.m4a", .args = "-c:a alac", .level = 0.8},
+                                         FormatCase{.file = "pcm.avi", .args = "-c:a pcm_s16le", .level = 0.8},
+                                         FormatCase{.file = "a.aiff", .args = "", .level = 0.8}));
 
-// An AVI or MPEG file does not tell the delay of its codec (1105 and 481 samples); Windows Media, AVI, MPEG and Vorbis in
-// Matroska end on the codec's frame.
+// An AVI or MPEG file does not tell the delay of its codec (1105 and 481 samples); Windows Media, AVI, MPEG and Vorbis
+// in Matroska end on the codec's frame.
 INSTANTIATE_TEST_SUITE_P(
     Lossy, ForeignSoundFormats,
     testing::Values(FormatCase{.file = "a.mp3", .args = ""}, FormatCase{.file = "cd.mp3", .args = "", .rate = 44100},
@@ -121,7 +120,8 @@ TEST(ForeignSound, ContentDecidesNotTheName) {
 TEST(ForeignSound, ChannelsAreBroughtToTheNumberAskedFor) {
     const auto folder = support::TestFolder();
     const auto constant = [&](const char* name, const std::string& levels) {
-        return support::MakeMedia(folder, name, "-f lavfi -i \"aevalsrc='" + levels + "':s=48000:d=0.5\" -c:a pcm_f32le");
+        return support::MakeMedia(folder, name,
+                                  "-f lavfi -i \"aevalsrc='" + levels + "':s=48000:d=0.5\" -c:a pcm_f32le");
     };
     const auto mono = constant("mono.wav", "0.5");
     const auto stereo = constant("stereo.wav", "0.5|-0.25");
@@ -168,7 +168,8 @@ TEST(ForeignSound, LateSoundIsPrecededBySilenceWhenAsked) {
 TEST(ForeignSound, HolesAreFilledAndWhatComesTwiceIsLeftOut) {
     const auto folder = support::TestFolder();
     // 0.5 s are missing from 1.0 s on; the click afterwards stays where its time says.
-    const auto later = Click(2.0) + "-filter_complex \"asetnsamples=480,aselect='not(between(t,1,1.4951))'\" -c:a pcm_s16le";
+    const auto later =
+        Click(2.0) + "-filter_complex \"asetnsamples=480,aselect='not(between(t,1,1.4951))'\" -c:a pcm_s16le";
     const Heard hole = Hear(support::MakeMedia(folder, "hole.mkv", later));
     EXPECT_EQ(hole.Samples(), 120000);
     EXPECT_EQ(hole.Peak(), 96000);

@@ -97,7 +97,9 @@ TEST(PictureCodecBitstream, AvcCComesBack) {
 }
 
 TEST(PictureCodecBitstream, TemporalDelimitersGo) {
-    EXPECT_EQ(Hex(WithoutTemporalDelimiters(Bytes{0x12, 0, 0x0a, 1, 7, 0x12, 0, 0x32, 1, 0x10})), "0a010732" "0110");
+    EXPECT_EQ(Hex(WithoutTemporalDelimiters(Bytes{0x12, 0, 0x0a, 1, 7, 0x12, 0, 0x32, 1, 0x10})),
+              "0a010732"
+              "0110");
     EXPECT_EQ(Hex(WithoutTemporalDelimiters(Bytes{0x12, 0, 0xff, 0xff})), "ffff") << "what makes no sense stays";
 }
 
@@ -113,7 +115,9 @@ TEST(PictureCodecBitstream, NothingIsReadPastTheEnd) {
             ASSERT_LE(sum, bytes.size());
         }
         const ParameterSets sets = ParameterSetsOf(bytes);
-        if (!MakeAvcC(sets).empty()) { ASSERT_EQ(ParameterSetsOf(MakeAvcC(sets)), sets) << Hex(bytes); }
+        if (!MakeAvcC(sets).empty()) {
+            ASSERT_EQ(ParameterSetsOf(MakeAvcC(sets)), sets) << Hex(bytes);
+        }
         ASSERT_LE(WithoutTemporalDelimiters(bytes).size(), bytes.size());
         for (const auto codec : {PictureCodec::Vp8, PictureCodec::Vp9, PictureCodec::Av1, PictureCodec::H264}) {
             (void)StartsDecoding({codec, 64, 48, bytes}, bytes);

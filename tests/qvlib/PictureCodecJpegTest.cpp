@@ -30,8 +30,8 @@ TEST(PictureCodecJpeg, KeepsTheShapeWithinTheThumbnail) {
         int width, height;
         const char* size;
     };
-    const Case cases[] = {{1280, 720, "mjpeg,160,90\n"},  {1024, 768, "mjpeg,160,120\n"}, {720, 1280, "mjpeg,68,120\n"},
-                          {1366, 768, "mjpeg,160,90\n"},  {341, 191, "mjpeg,160,90\n"},   {100, 50, "mjpeg,100,50\n"},
+    const Case cases[] = {{1280, 720, "mjpeg,160,90\n"}, {1024, 768, "mjpeg,160,120\n"}, {720, 1280, "mjpeg,68,120\n"},
+                          {1366, 768, "mjpeg,160,90\n"}, {341, 191, "mjpeg,160,90\n"},   {100, 50, "mjpeg,100,50\n"},
                           {1900, 10, "mjpeg,160,1\n"}};
     const auto folder = support::TestFolder();
     for (const Case& now : cases) {
@@ -77,8 +77,9 @@ TEST(PictureCodecJpeg, ColoursOfBothRangesComeOutRight) {
 TEST(PictureCodecJpeg, BitmapBecomesAThumbnail) {
     const auto folder = support::TestFolder();
     for (const char* format : {"bgr24", "bgra", "rgb555le", "pal8", "gray"}) {
-        const auto bmp = support::MakeMedia(folder, "page.bmp", std::string("-f lavfi -i color=0x2060c0:s=640x400 ") +
-                                                                    "-frames:v 1 -pix_fmt " + format);
+        const auto bmp =
+            support::MakeMedia(folder, "page.bmp",
+                               std::string("-f lavfi -i color=0x2060c0:s=640x400 ") + "-frames:v 1 -pix_fmt " + format);
         BmpResizeImage(bmp, folder / "page.jpg");
         EXPECT_EQ(SizeOf(folder / "page.jpg"), "mjpeg,160,100\n") << format;
         if (std::string(format) != "bgr24") continue;

@@ -5,9 +5,9 @@
 
 #include "av/Av.h"
 #include "av/Bitstream.h"
+#include "foreign/ForeignPicture.h"
 #include "support/Containers.h"
 #include "support/Media.h"
-#include "foreign/ForeignPicture.h"
 
 namespace qv {
 namespace {
@@ -116,23 +116,22 @@ TEST_P(PictureCodecQuality, PieceStaysAbove40DbWithKeysWhereAskedAndColoursCarri
     EXPECT_EQ(got.colorspace, AVCOL_SPC_BT709);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Codecs, PictureCodecQuality,
-    testing::Values(QualityCase{"Vp8", PictureCodec::Vp8, AV_PIX_FMT_YUV420P, 640, 360},
-                    QualityCase{"Vp8Odd", PictureCodec::Vp8, AV_PIX_FMT_YUV420P, 341, 191},
-                    QualityCase{"Vp9", PictureCodec::Vp9, AV_PIX_FMT_YUV420P, 640, 360},
-                    QualityCase{"Vp9Odd", PictureCodec::Vp9, AV_PIX_FMT_YUV420P, 341, 191},
-                    QualityCase{"Vp9Full", PictureCodec::Vp9, AV_PIX_FMT_YUVJ420P, 320, 180},
-                    QualityCase{"Vp9Colour444", PictureCodec::Vp9, AV_PIX_FMT_YUV444P, 320, 180},
-                    QualityCase{"Vp9TenBit", PictureCodec::Vp9, AV_PIX_FMT_YUV420P10, 320, 180},
-                    QualityCase{"Av1", PictureCodec::Av1, AV_PIX_FMT_YUV420P, 640, 360},
-                    QualityCase{"Av1Odd", PictureCodec::Av1, AV_PIX_FMT_YUV420P, 341, 191},
-                    QualityCase{"Av1TenBit", PictureCodec::Av1, AV_PIX_FMT_YUV420P10, 320, 180},
-                    QualityCase{"H264", PictureCodec::H264, AV_PIX_FMT_YUV420P, 640, 360},
-                    QualityCase{"H264Full", PictureCodec::H264, AV_PIX_FMT_YUVJ420P, 320, 180},
-                    QualityCase{"H264Colour444", PictureCodec::H264, AV_PIX_FMT_YUV444P, 321, 181},
-                    QualityCase{"H264TenBit", PictureCodec::H264, AV_PIX_FMT_YUV420P10, 320, 180}),
-    [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Codecs, PictureCodecQuality,
+                         testing::Values(QualityCase{"Vp8", PictureCodec::Vp8, AV_PIX_FMT_YUV420P, 640, 360},
+                                         QualityCase{"Vp8Odd", PictureCodec::Vp8, AV_PIX_FMT_YUV420P, 341, 191},
+                                         QualityCase{"Vp9", PictureCodec::Vp9, AV_PIX_FMT_YUV420P, 640, 360},
+                                         QualityCase{"Vp9Odd", PictureCodec::Vp9, AV_PIX_FMT_YUV420P, 341, 191},
+                                         QualityCase{"Vp9Full", PictureCodec::Vp9, AV_PIX_FMT_YUVJ420P, 320, 180},
+                                         QualityCase{"Vp9Colour444", PictureCodec::Vp9, AV_PIX_FMT_YUV444P, 320, 180},
+                                         QualityCase{"Vp9TenBit", PictureCodec::Vp9, AV_PIX_FMT_YUV420P10, 320, 180},
+                                         QualityCase{"Av1", PictureCodec::Av1, AV_PIX_FMT_YUV420P, 640, 360},
+                                         QualityCase{"Av1Odd", PictureCodec::Av1, AV_PIX_FMT_YUV420P, 341, 191},
+                                         QualityCase{"Av1TenBit", PictureCodec::Av1, AV_PIX_FMT_YUV420P10, 320, 180},
+                                         QualityCase{"H264", PictureCodec::H264, AV_PIX_FMT_YUV420P, 640, 360},
+                                         QualityCase{"H264Full", PictureCodec::H264, AV_PIX_FMT_YUVJ420P, 320, 180},
+                                         QualityCase{"H264Colour444", PictureCodec::H264, AV_PIX_FMT_YUV444P, 321, 181},
+                                         QualityCase{"H264TenBit", PictureCodec::H264, AV_PIX_FMT_YUV420P10, 320, 180}),
+                         [](const auto& info) { return info.param.name; });
 
 struct JointCase {
     const char* name;
@@ -235,10 +234,9 @@ TEST(PictureCodec, DecoderCountsDamageAndGoesOnAtTheNextKey) {
 
 TEST(PictureCodec, PicturesOfAnotherSizeAreFittedIn) {
     const PictureFormat like{PictureCodec::Vp9, 64, 48, {}};
-    const auto packets = Encode(like,
-                                {support::DrawSlide(64, 48, AV_PIX_FMT_YUV420P, 0),
-                                 support::DrawSlide(130, 70, AV_PIX_FMT_YUV444P, 0)},
-                                {});
+    const auto packets = Encode(
+        like, {support::DrawSlide(64, 48, AV_PIX_FMT_YUV420P, 0), support::DrawSlide(130, 70, AV_PIX_FMT_YUV444P, 0)},
+        {});
     const DecodedAll all = Decode(like, packets);
     ASSERT_EQ(all.pictures.size(), 2U);
     EXPECT_EQ(all.pictures[1].frame->width, 64);

@@ -60,21 +60,33 @@ int SlideInk(int slide, int x, int y) {
     return ink ? 30 : 240;
 }
 
+using Slide = std::vector<std::uint8_t>;
+
+Slide DrawSlide(int number) {
+    Slide slide;
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) slide.push_back(static_cast<std::uint8_t>(SlideInk(number, x, y)));
+    }
+    return slide;
+}
+
 int SpeakerInk(int frame, int x, int y) {
     const double phase = frame * 0.15;
     const double head = std::hypot(x - 60 - 12 * std::sin(phase), y - 45 - 6 * std::cos(phase * 0.7));
     return head < 28 ? 180 + static_cast<int>(30 * std::sin(phase * 2 + x * 0.2)) : 70 + (x + frame) % 40;
 }
 
-Picture DrawFrame(const Lecture& lecture, int frame) {
+Picture DrawFrame(const Lecture& lecture, const std::vector<Slide>& slides, int frame) {
     const Ms time = frame * kFrameMs;
-    int slide = 0;
-    double mix = 1;  // of `slide`, against the one before
+    std::size_t slide = 0;
+    int mix = 256;  // of `slide`, against the one before
     for (const Turn& turn : lecture.turns) {
         if (time < turn.begin) break;
         ++slide;
-        mix = turn.fadeMs == 0 ? 1 : std::min(1.0, static_cast<double>(time - turn.begin) / turn.fadeMs);
+        mix = turn.fadeMs == 0 ? 256 : std::min(256, (time - turn.begin) * 256 / turn.fadeMs);
     }
+    const Slide& now = slides[slide];
+    const Slide& before = slides[slide == 0 ? 0 : slide - 1];
     const bool pointing = time / 3000 % 2 == 0;
     const auto pointerX = static_cast<int>(300 + 250 * std::sin(time * 0.0011));
     const auto pointerY = static_cast<int>(180 + 140 * std::sin(time * 0.0007));
@@ -83,8 +95,8 @@ Picture DrawFrame(const Lecture& lecture, int frame) {
     for (int y = 0; y < kHeight; ++y) {
         std::uint8_t* line = out->data[0] + static_cast<std::ptrdiff_t>(y) * out->linesize[0];
         for (int x = 0; x < kWidth; ++x) {
-            int ink = SlideInk(slide, x, y);
-            if (mix < 1) ink = static_cast<int>(std::lround(ink * mix + SlideInk(slide - 1, x, y) * (1 - mix)));
+            const auto at = static_cast<std::size_t>(y * kWidth + x);
+            int ink = (now[at] * mix + before[at] * (256 - mix)) / 256;
             if (lecture.speaker && x >= 510 && y >= 260) ink = SpeakerInk(frame, x - 510, y - 260);
             if (caret && x >= 200 && x < 202 && y >= 310 && y < 330) ink = 20;
             if (pointing && x >= pointerX && x < pointerX + 9 && y >= pointerY && y < pointerY + 13) ink = 10;
@@ -102,9 +114,11 @@ std::filesystem::path Film(const Lecture& lecture, const std::string& name, cons
     const auto file = support::TestFolder() / name;
     const std::string command = "ffmpeg -v error -nostdin -y -f rawvideo -pix_fmt yuv420p -r 25 -s 640x360 -i - " +
                                 encoder + " " + support::Quoted(file);
+    std::vector<Slide> slides;
+    for (int i = 0; i <= static_cast<int>(lecture.turns.size()); ++i) slides.push_back(DrawSlide(i));
     FILE* pipe = popen(command.c_str(), "w");
     for (int frame = 0; frame * kFrameMs < lecture.length; ++frame) {
-        const Picture picture = DrawFrame(lecture, frame);
+        const Picture picture = DrawFrame(lecture, slides, frame);
         for (int plane = 0; plane < 3; ++plane) {
             const int width = plane == 0 ? kWidth : kWidth / 2;
             for (int y = 0; y < (plane == 0 ? kHeight : kHeight / 2); ++y) {
@@ -169,7 +183,8 @@ INSTANTIATE_TEST_SUITE_P(
     Lectures, SlideChangesIn,
     testing::Values(
         LectureCase{"KeysAtTheChanges", false, false, "a.mp4", "-c:v libx264 -preset superfast -crf 28 -g 250"},
-        LectureCase{"RegularKeys", false, false, "a.mp4", "-c:v libx264 -preset superfast -crf 28 -g 75 -sc_threshold 0"},
+        LectureCase{"RegularKeys", false, false, "a.mp4",
+                    "-c:v libx264 -preset superfast -crf 28 -g 75 -sc_threshold 0"},
         LectureCase{"Fades", true, false, "a.mp4", "-c:v libx264 -preset superfast -crf 30 -g 75 -sc_threshold 0"},
         LectureCase{"Speaker", true, true, "a.mp4", "-c:v libx264 -preset superfast -crf 28 -g 75 -sc_threshold 0"},
         LectureCase{"OneKeyOnly", false, false, "a.webm",
@@ -244,7 +259,10 @@ TEST(SlideWatcher, TellsChangesThatStay) {
         {"there and back", "..........pppppp........", {2000, 3200}},
         {"a fade, told at its middle", "..........dhlpppppppppppp", {2200}},
         {"at the very end", "....................pp", {4000}},
-        {"slow drift", "....................aaaaaaaaaaaaaaaaaaaabbbbbbbbbbbbbbbbbbbbcccccccccccccccccccc", {}},
+        {"slow drift",
+         "...................."
+         "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaabbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbcccccccccccc",
+         {}},
     };
     for (const Case& now : cases) EXPECT_EQ(Watch(now.pictures, 0.012), now.times) << now.name;
     EXPECT_EQ(Watch("..........aaaaaaaaaaaaaa", 0.005), (std::vector<Ms>{2000})) << "a finer look";

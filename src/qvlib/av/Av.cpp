@@ -62,11 +62,16 @@ void SetExtradata(AVCodecContext& codec, const std::uint8_t* data, std::size_t s
 
 AVPixelFormat WithRangeTold(AVPixelFormat format) {
     switch (format) {
-        case AV_PIX_FMT_YUVJ420P: return AV_PIX_FMT_YUV420P;
-        case AV_PIX_FMT_YUVJ422P: return AV_PIX_FMT_YUV422P;
-        case AV_PIX_FMT_YUVJ444P: return AV_PIX_FMT_YUV444P;
-        case AV_PIX_FMT_YUVJ440P: return AV_PIX_FMT_YUV440P;
-        default: return format;
+        case AV_PIX_FMT_YUVJ420P:
+            return AV_PIX_FMT_YUV420P;
+        case AV_PIX_FMT_YUVJ422P:
+            return AV_PIX_FMT_YUV422P;
+        case AV_PIX_FMT_YUVJ444P:
+            return AV_PIX_FMT_YUV444P;
+        case AV_PIX_FMT_YUVJ440P:
+            return AV_PIX_FMT_YUV440P;
+        default:
+            return format;
     }
 }
 
@@ -80,14 +85,20 @@ namespace {
 const int* ScaleMatrix(const AVFrame& frame) {
     const int unspecified = frame.height >= 720 ? SWS_CS_ITU709 : SWS_CS_ITU601;
     switch (frame.colorspace) {
-        case AVCOL_SPC_BT709: return sws_getCoefficients(SWS_CS_ITU709);
-        case AVCOL_SPC_FCC: return sws_getCoefficients(SWS_CS_FCC);
-        case AVCOL_SPC_SMPTE240M: return sws_getCoefficients(SWS_CS_SMPTE240M);
+        case AVCOL_SPC_BT709:
+            return sws_getCoefficients(SWS_CS_ITU709);
+        case AVCOL_SPC_FCC:
+            return sws_getCoefficients(SWS_CS_FCC);
+        case AVCOL_SPC_SMPTE240M:
+            return sws_getCoefficients(SWS_CS_SMPTE240M);
         case AVCOL_SPC_BT2020_NCL:
-        case AVCOL_SPC_BT2020_CL: return sws_getCoefficients(SWS_CS_BT2020);
+        case AVCOL_SPC_BT2020_CL:
+            return sws_getCoefficients(SWS_CS_BT2020);
         case AVCOL_SPC_BT470BG:
-        case AVCOL_SPC_SMPTE170M: return sws_getCoefficients(SWS_CS_ITU601);
-        default: return sws_getCoefficients(unspecified);
+        case AVCOL_SPC_SMPTE170M:
+            return sws_getCoefficients(SWS_CS_ITU601);
+        default:
+            return sws_getCoefficients(unspecified);
     }
 }
 

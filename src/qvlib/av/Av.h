@@ -88,7 +88,7 @@ public:
     /// @param filter SWS_BICUBIC, SWS_AREA, ...
     explicit PictureScaler(int filter) : filter_(filter) {}
 
-    /// Colour range and matrix of both frames are respected: set those of `to` first. Times and the rest stay as they are.
+    /// Colour range and matrix of both frames are respected: set those of `to` first. Times and the rest of it stay.
     /// @throws MediaError when there is no such conversion
     void Scale(const AVFrame& from, AVFrame& to);
 

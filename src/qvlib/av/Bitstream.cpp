@@ -155,7 +155,9 @@ ByteView Av1ConfigObus(ByteView av1C) {
 
 // ---- H.264: NAL units ------------------------------------------------------------------------------------------
 
-std::uint8_t NalTypeOf(ByteView nal) { return nal.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(nal[0] & 0x1fU); }
+std::uint8_t NalTypeOf(ByteView nal) {
+    return nal.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(nal[0] & 0x1fU);
+}
 
 bool IsAvcC(ByteView extradata) {
     constexpr std::size_t kShortest = 7;
@@ -226,7 +228,8 @@ bool ParameterSets::Put(ByteView nal) {
     const auto id = ParameterSetId(nal);
     if (!id) return false;
     std::vector<Bytes>& sets = type == kNalSps ? sps : pps;
-    const auto old = std::find_if(sets.begin(), sets.end(), [&](const Bytes& set) { return ParameterSetId(set) == id; });
+    const auto old =
+        std::find_if(sets.begin(), sets.end(), [&](const Bytes& set) { return ParameterSetId(set) == id; });
     if (old == sets.end()) {
         sets.emplace_back(nal.begin(), nal.end());
         return true;

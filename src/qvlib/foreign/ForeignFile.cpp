@@ -58,7 +58,8 @@ bool IsMovingPicture(const AVStream& stream) {
 }
 
 bool IsSound(const AVStream& stream) {
-    return stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO && avcodec_find_decoder(stream.codecpar->codec_id) != nullptr;
+    return stream.codecpar->codec_type == AVMEDIA_TYPE_AUDIO &&
+           avcodec_find_decoder(stream.codecpar->codec_id) != nullptr;
 }
 
 /// Matroska tells the time of the first Opus packet; the sound begins behind what the decoder drops of it.

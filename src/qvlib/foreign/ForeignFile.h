@@ -52,7 +52,7 @@ private:
     std::int64_t zeroUs_ = 0;
 };
 
-/// Samples that the codec's overlap puts before the sound and that neither container nor decoder reckon with; 0 for most.
+/// Samples that the codec's overlap puts before the sound and that neither container nor decoder reckon with; mostly 0.
 [[nodiscard]] int UntoldPriming(const AVCodecParameters& sound);
 
 /// A decoder for the stream, open.

@@ -48,8 +48,8 @@ private:
 
 /// Pixels that are not square are made so: the width that shows them in their shape.
 int SquareWidth(const AVStream& stream) {
-    const AVRational shape = stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio
-                                                                : stream.codecpar->sample_aspect_ratio;
+    const AVRational shape =
+        stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : stream.codecpar->sample_aspect_ratio;
     const int width = stream.codecpar->width;
     constexpr int kMostStretch = 4;
     if (shape.num <= 0 || shape.den <= 0 || shape.num == shape.den) return width;

@@ -11,14 +11,14 @@ namespace qv {
 
 enum class PictureTrack { Picture, Camera };
 
-/// A picture track of a recording made elsewhere, read from its beginning to its end. The first picture stands at 0, the
-/// others at their distance from the recording's zero (the start of its picture or sound, whichever comes first), rounded
-/// to ms and then pulled apart where two fell together.
+/// A picture track of a recording made elsewhere, read from its beginning to its end. The first picture stands at 0,
+/// the others at their distance from the recording's zero (the start of its picture or sound, whichever comes first),
+/// rounded to ms and then pulled apart where two fell together.
 ///
-/// A track of a carried codec comes as packets, fit for a container of ours: samples as Format() tells, keys marked only
-/// where decoding can start with Format().codecPrivate and that packet alone. Where the file hides the first pictures of
-/// a group (a cut made by an edit list), that group is encoded anew. Any other track comes as pictures in 8 bit 4:2:0,
-/// all of one size, to be encoded. Used by one thread; its memory does not grow with the length.
+/// A track of a carried codec comes as packets, fit for a container of ours: samples as Format() tells, keys marked
+/// only where decoding can start with Format().codecPrivate and that packet alone. Where the file hides the first
+/// pictures of a group (a cut made by an edit list), that group is encoded anew. Any other track comes as pictures in
+/// 8 bit 4:2:0, all of one size, to be encoded. Used by one thread; its memory does not grow with the length.
 class ForeignPicture {
 public:
     /// @throws MediaError when the file cannot be read, has no such track, or it cannot be decoded

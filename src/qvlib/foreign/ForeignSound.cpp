@@ -26,8 +26,8 @@ constexpr std::int64_t kTimesSetAnew = 10 * kSampleRate;
 /// Longer silence than this, in a file that does not tell its length, is a broken time and not a pause.
 constexpr std::int64_t kLongestHole = 3600LL * kSampleRate;
 
-/// An MP4 file tells the sound's end to the sample; what the codec's last frame holds beyond is padding. Up to so much is
-/// believed to be that; a greater difference is a length told wrong.
+/// An MP4 file tells the sound's end to the sample; what the codec's last frame holds beyond is padding. Up to so much
+/// is believed to be that; a greater difference is a length told wrong.
 constexpr std::int64_t kMostPadding = kSampleRate / 4;
 
 bool TellsExactEnd(const AVInputFormat& format) { return std::strstr(format.name, "mp4") != nullptr; }
@@ -75,10 +75,10 @@ struct ForeignSound::Impl {
     av::Packet packet = av::NewPacket();
     av::Frame frame = av::NewFrame();
     std::optional<Resampler> resampler;
-    std::int64_t stretchStart = 0;           ///< where the sound begins that the resampler got
-    std::optional<std::int64_t> shift;       ///< sound 0 in the file's own times
-    std::optional<std::int64_t> toldEnd;     ///< where the container says that the sound ends
-    int priming = 0;                         ///< samples still to be dropped
+    std::int64_t stretchStart = 0;        ///< where the sound begins that the resampler got
+    std::optional<std::int64_t> shift;    ///< sound 0 in the file's own times
+    std::optional<std::int64_t> toldEnd;  ///< where the container says that the sound ends
+    int priming = 0;                      ///< samples still to be dropped
     std::vector<float> ready;
     std::size_t readyFrom = 0;
     int damaged = 0;
@@ -219,7 +219,8 @@ std::size_t ForeignSound::Read(std::span<float> into) {
     while (written < into.size()) {
         const std::size_t now = std::min(into.size() - written, impl_->Free());
         if (now == 0) {
-            impl_->ready.erase(impl_->ready.begin(), impl_->ready.begin() + static_cast<std::ptrdiff_t>(impl_->readyFrom));
+            impl_->ready.erase(impl_->ready.begin(),
+                               impl_->ready.begin() + static_cast<std::ptrdiff_t>(impl_->readyFrom));
             impl_->readyFrom = 0;
             if (!impl_->Advance()) break;
             continue;

@@ -15,8 +15,8 @@ enum class LateStart {
 };
 
 /// The first sound track of any file that the codec libraries decode, at 48 kHz, read from its beginning to its end.
-/// What the codec put before the sound and after it is taken off. Where the file's times leave a hole, it is filled with
-/// silence; where they overlap, what comes twice is left out. Used by one thread.
+/// What the codec put before the sound and after it is taken off. Where the file's times leave a hole, it is filled
+/// with silence; where they overlap, what comes twice is left out. Used by one thread.
 class ForeignSound {
 public:
     /// @param channels 1 or 2; 0: as many as the track has, at most 2

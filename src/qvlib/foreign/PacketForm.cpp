@@ -9,11 +9,16 @@ namespace {
 
 std::optional<PictureCodec> CarriedCodec(AVCodecID id) {
     switch (id) {
-        case AV_CODEC_ID_VP8: return PictureCodec::Vp8;
-        case AV_CODEC_ID_VP9: return PictureCodec::Vp9;
-        case AV_CODEC_ID_AV1: return PictureCodec::Av1;
-        case AV_CODEC_ID_H264: return PictureCodec::H264;
-        default: return std::nullopt;
+        case AV_CODEC_ID_VP8:
+            return PictureCodec::Vp8;
+        case AV_CODEC_ID_VP9:
+            return PictureCodec::Vp9;
+        case AV_CODEC_ID_AV1:
+            return PictureCodec::Av1;
+        case AV_CODEC_ID_H264:
+            return PictureCodec::H264;
+        default:
+            return std::nullopt;
     }
 }
 

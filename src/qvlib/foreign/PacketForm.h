@@ -33,11 +33,11 @@ private:
     [[nodiscard]] Bytes MissingSets(const std::vector<ByteView>& nals) const;
 
     PictureFormat format_;
-    bool startCodes_ = false;   ///< H.264: the file separates NAL units by start codes
-    int lengthSize_ = 4;        ///< otherwise: bytes of their lengths in the file
-    ParameterSets told_;        ///< those of codecPrivate
-    ParameterSets current_;     ///< those in force here
-    bool changed_ = false;      ///< the two have differed
+    bool startCodes_ = false;  ///< H.264: the file separates NAL units by start codes
+    int lengthSize_ = 4;       ///< otherwise: bytes of their lengths in the file
+    ParameterSets told_;       ///< those of codecPrivate
+    ParameterSets current_;    ///< those in force here
+    bool changed_ = false;     ///< the two have differed
 };
 
 }  // namespace qv

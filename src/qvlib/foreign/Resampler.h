@@ -36,8 +36,8 @@ private:
     av::Resampler swr_;
     AVSampleFormat format_;
     int rate_;
-    int channels_;         ///< wanted
-    int innerChannels_;    ///< of what swresample gives
+    int channels_;       ///< wanted
+    int innerChannels_;  ///< of what swresample gives
     int sourceChannels_;
     AVChannelLayout layout_{};
     std::vector<float> inner_;

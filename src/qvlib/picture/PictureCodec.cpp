@@ -35,10 +35,14 @@ std::optional<PictureCodec> PictureCodecOf(const std::string& codecId) {
 
 bool StartsDecoding(const PictureFormat& format, std::span<const std::uint8_t> data) {
     switch (format.codec) {
-        case PictureCodec::Vp8: return IsVp8Key(data);
-        case PictureCodec::Vp9: return IsVp9Key(data);
-        case PictureCodec::Av1: return IsAv1Key(data);
-        case PictureCodec::H264: return IsH264Key(data, NalLengthSize(format.codecPrivate));
+        case PictureCodec::Vp8:
+            return IsVp8Key(data);
+        case PictureCodec::Vp9:
+            return IsVp9Key(data);
+        case PictureCodec::Av1:
+            return IsAv1Key(data);
+        case PictureCodec::H264:
+            return IsH264Key(data, NalLengthSize(format.codecPrivate));
     }
     return false;
 }

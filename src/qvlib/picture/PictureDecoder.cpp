@@ -13,9 +13,15 @@ namespace {
 const AVCodec* FindDecoder(PictureCodec codec) {
     const AVCodec* found = nullptr;
     switch (codec) {
-        case PictureCodec::Vp8: found = avcodec_find_decoder(AV_CODEC_ID_VP8); break;
-        case PictureCodec::Vp9: found = avcodec_find_decoder(AV_CODEC_ID_VP9); break;
-        case PictureCodec::H264: found = avcodec_find_decoder(AV_CODEC_ID_H264); break;
+        case PictureCodec::Vp8:
+            found = avcodec_find_decoder(AV_CODEC_ID_VP8);
+            break;
+        case PictureCodec::Vp9:
+            found = avcodec_find_decoder(AV_CODEC_ID_VP9);
+            break;
+        case PictureCodec::H264:
+            found = avcodec_find_decoder(AV_CODEC_ID_H264);
+            break;
         case PictureCodec::Av1:
             found = avcodec_find_decoder_by_name("libdav1d");
             if (found == nullptr) found = avcodec_find_decoder(AV_CODEC_ID_AV1);

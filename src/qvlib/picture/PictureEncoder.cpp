@@ -25,10 +25,18 @@ constexpr int kH264Quantizer = 19;
 const AVCodec* FindEncoder(PictureCodec codec) {
     const char* name = nullptr;
     switch (codec) {
-        case PictureCodec::Vp8: name = "libvpx"; break;
-        case PictureCodec::Vp9: name = "libvpx-vp9"; break;
-        case PictureCodec::Av1: name = "libaom-av1"; break;
-        case PictureCodec::H264: name = "libx264"; break;
+        case PictureCodec::Vp8:
+            name = "libvpx";
+            break;
+        case PictureCodec::Vp9:
+            name = "libvpx-vp9";
+            break;
+        case PictureCodec::Av1:
+            name = "libaom-av1";
+            break;
+        case PictureCodec::H264:
+            name = "libx264";
+            break;
     }
     const AVCodec* found = avcodec_find_encoder_by_name(name);
     if (found == nullptr) throw MediaError(CodecIdOf(codec), std::string("the encoder ") + name + " is not installed");
@@ -105,9 +113,15 @@ void SetOptions(av::Options& options, AVCodecContext& context, const PictureForm
             SetVpxOptions(options, kVp8Quantizer);
             context.bit_rate = 1'000'000'000;  // the quantizer alone decides
             break;
-        case PictureCodec::Vp9: SetVp9Options(options); break;
-        case PictureCodec::Av1: SetAv1Options(options, context.width); break;
-        case PictureCodec::H264: SetH264Options(options, like); break;
+        case PictureCodec::Vp9:
+            SetVp9Options(options);
+            break;
+        case PictureCodec::Av1:
+            SetAv1Options(options, context.width);
+            break;
+        case PictureCodec::H264:
+            SetH264Options(options, like);
+            break;
     }
 }
 

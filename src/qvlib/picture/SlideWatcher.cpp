@@ -2,6 +2,7 @@
 #include "picture/SlideWatcher.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qv {
 
@@ -14,8 +15,12 @@ constexpr int kStirs = 6;
 
 constexpr Ms kLookEvery = 200;
 constexpr double kForget = 1.0 / 20;  ///< looks back about 20 looks, four seconds
-constexpr double kBecomes = 0.35;     ///< a fade of a second stays below
+constexpr double kBecomes = 0.35;
 constexpr double kRemains = 0.05;
+/// Where so much of the picture stirs at once, a slide changes. It may do so for so many looks; what lasts longer is a
+/// film after all.
+constexpr double kMuch = 0.12;
+constexpr int kLongestFade = 8;
 
 constexpr Ms kSettledFor = 400;
 constexpr Ms kLongestMove = 4000;
@@ -53,6 +58,11 @@ void Restless::Compare(const SmallPicture& picture) {
     for (std::size_t i = 0; i < kSmallPoints; ++i) {
         if (Distance(picture[i], last_[i]) > kStirs) stirred[Square(i)] = true;
     }
+    std::size_t fresh = 0;
+    for (std::size_t i = 0; i < kSquares; ++i) fresh += stirred[i] && !masked_[i] ? 1 : 0;
+    const bool much = static_cast<double>(fresh) > kMuch * kSquares;
+    muchInARow_ = much && muchInARow_ < kLongestFade ? muchInARow_ + 1 : 0;
+    if (muchInARow_ > 0) return;
     for (std::size_t i = 0; i < kSquares; ++i) {
         activity_[i] += ((stirred[i] ? 1.0 : 0.0) - activity_[i]) * kForget;
         restless_[i] = activity_[i] > (restless_[i] ? kRemains : kBecomes);
@@ -146,8 +156,9 @@ void SlideWatcher::TellIfChanged(const SmallPicture& after) {
         return sum;
     };
     const std::int64_t whole = gone(after);
-    const auto half = std::find_if(recent_.begin(), recent_.end(),
-                                   [&](const Seen& seen) { return 2 * gone(seen.picture) >= whole; });
+    const auto lastBefore = std::find_if(recent_.rbegin(), recent_.rend(),
+                                         [&](const Seen& seen) { return 2 * gone(seen.picture) < whole; });
+    const auto half = lastBefore.base() != recent_.end() ? lastBefore.base() : std::prev(recent_.end());
     changes_.push_back({half->time, slide_, after});
 }
 

@@ -22,7 +22,7 @@ using SmallPicture = std::array<std::uint8_t, kSmallPoints>;
 /// Which parts of the picture are in steady motion. They say nothing about slides.
 ///
 /// Kept for squares of 5 x 5 points: how often, lately, a square had changed since the look before. Squares become
-/// restless quickly and calm slowly, and take their neighbours with them.
+/// restless quickly and calm slowly, and take their neighbours with them. A change of the slide does not count.
 class Restless {
 public:
     /// Called with pictures that follow one another; looks at them every 200 ms.
@@ -48,6 +48,7 @@ private:
     std::array<double, kSquares> activity_{};
     std::array<bool, kSquares> restless_{};
     std::array<bool, kSquares> masked_{};
+    int muchInARow_ = 0;  ///< looks at which much of the picture stirred
     SmallPicture last_{};
     std::optional<Ms> lastTime_;
 };

@@ -12,8 +12,8 @@
 
 #include "MediaError.h"
 #include "io/Files.h"
+#include "sound/Division.h"
 #include "sound/Peaks.h"
-#include "sound/SoundFormat.h"
 
 namespace qv {
 namespace {
@@ -52,17 +52,12 @@ void Append(std::vector<std::uint8_t>& bytes, const T* values, std::size_t count
     bytes.insert(bytes.end(), raw, raw + count * sizeof(T));
 }
 
-std::int64_t QuantaOf(std::int64_t samples) {
-    constexpr std::int64_t quantum = kQuantumMs * kSamplesPerMs;
-    return (samples + quantum - 1) / quantum;
-}
-
 }  // namespace
 
 KeptPeaks KeptPeaks::Unknown(std::int64_t samples) {
     samples = std::clamp<std::int64_t>(samples, 0, kMostSamples);
-    const std::int64_t quanta = QuantaOf(samples);
-    const std::int64_t chunks = (quanta + kChunkQuanta - 1) / kChunkQuanta;
+    const std::int64_t quanta = CeilDiv(samples, kQuantumSamples);
+    const std::int64_t chunks = CeilDiv(quanta, kChunkQuanta);
     return {samples, std::vector<std::uint8_t>(static_cast<std::size_t>(chunks)),
             std::vector<std::int16_t>(static_cast<std::size_t>(quanta))};
 }

@@ -8,6 +8,7 @@
 #include <span>
 #include <utility>
 
+#include "sound/Division.h"
 #include "sound/Opus.h"
 #include "sound/OrderedTasks.h"
 #include "sound/PcmReader.h"
@@ -17,7 +18,6 @@
 namespace qv {
 namespace {
 
-constexpr std::int64_t kQuantumSamples = kQuantumMs * kSamplesPerMs;
 constexpr std::int64_t kChunkQuanta = KeptPeaks::kChunkQuanta;
 
 /// Quanta [from, to).
@@ -25,8 +25,6 @@ struct QuantumRange {
     std::int64_t from = 0;
     std::int64_t to = 0;
 };
-
-std::int64_t FloorDiv(std::int64_t a, std::int64_t b) { return a >= 0 ? a / b : -((b - 1 - a) / b); }
 
 /// The quanta that part i of a request touches, of those that the sound has.
 QuantumRange QuantaOfPart(const PeakRequest& request, std::int64_t i, std::int64_t quanta) {
@@ -36,7 +34,7 @@ QuantumRange QuantaOfPart(const PeakRequest& request, std::int64_t i, std::int64
     const std::int64_t span = std::int64_t{request.endMs} - request.startMs;
     if (span <= 0) return {};
     const std::int64_t from = FloorDiv(start + span * i, kQuantumMs * count);
-    const std::int64_t to = -FloorDiv(-(start + span * (i + 1)), kQuantumMs * count);
+    const std::int64_t to = CeilDiv(start + span * (i + 1), kQuantumMs * count);
     return {std::clamp<std::int64_t>(from, 0, quanta), std::clamp<std::int64_t>(to, 0, quanta)};
 }
 

@@ -10,12 +10,14 @@
 #include "jobs/Progress.h"
 #include "qvlib/Rows.h"
 #include "sound/OpusPackets.h"
+#include "sound/SoundFormat.h"
 
 /// The loudest sample of each short stretch of a sound, as a waveform shows it.
 namespace qv {
 
 /// Peaks are taken over quanta of 8 ms, from the sound's beginning on.
 inline constexpr int kQuantumMs = 8;
+inline constexpr std::int64_t kQuantumSamples = std::int64_t{kQuantumMs} * kSamplesPerMs;
 
 /// What is asked for: [startMs, endMs) of a file's sound in `count` equal parts.
 struct PeakRequest {

@@ -86,7 +86,7 @@ private:
     };
 
     [[nodiscard]] std::size_t RowAt(std::int64_t sample) const;
-    void ReadRow(std::size_t row, std::int64_t from, std::span<float> out);
+    void ReadRow(std::size_t index, std::int64_t from, std::span<float> out);
     [[nodiscard]] PcmReader* Source(int fileIndex);
     [[nodiscard]] std::optional<PcmReader> Open(int fileIndex) const;
 

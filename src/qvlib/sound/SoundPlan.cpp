@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 
+#include "sound/Division.h"
 #include "sound/RowMixer.h"
 #include "sound/SoundFormat.h"
 #include "sound/Stretch.h"
@@ -25,9 +26,6 @@ struct Untouched {
     std::int64_t from;
     std::int64_t to;
 };
-
-std::int64_t CeilDiv(std::int64_t a, std::int64_t b) { return a >= 0 ? (a + b - 1) / b : -(-a / b); }
-std::int64_t FloorDiv(std::int64_t a, std::int64_t b) { return -CeilDiv(-a, b); }
 
 /// What of a row is untouched; nothing when its packets cannot be used.
 std::optional<Untouched> UntouchedOf(const AudioRow& row, const RowEnvelope& envelope,

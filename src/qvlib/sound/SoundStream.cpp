@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MediaError.h"
+#include "sound/Division.h"
 #include "sound/OrderedTasks.h"
 #include "sound/PacketSources.h"
 #include "sound/SoundFormat.h"
@@ -43,7 +44,7 @@ std::vector<Stretch> StretchesOf(const std::vector<SoundStep>& plan) {
     std::vector<Stretch> stretches;
     for (std::size_t i = 0; i < plan.size(); ++i) {
         if (plan[i].kind != SoundStep::Kind::Encode) continue;
-        const std::int64_t parts = (plan[i].count + kStretchPackets - 1) / kStretchPackets;
+        const std::int64_t parts = CeilDiv(plan[i].count, kStretchPackets);
         for (std::int64_t part = 0; part < parts; ++part) {
             const std::int64_t first = plan[i].dstPacket + plan[i].count * part / parts;
             const std::int64_t end = plan[i].dstPacket + plan[i].count * (part + 1) / parts;

@@ -183,7 +183,7 @@ Place StretchMaker::BestPlace(const Joint& joint) {
     for (std::int64_t place = joint.first; place <= joint.last; ++place) {
         Listener after = before;
         double worst = 0;
-        for (std::int64_t n = place; n < std::min(place + kJudged, end); ++n) {
+        for (std::int64_t n = place; n < std::min(place + kJudged, end) && worst < best.error; ++n) {
             const double own = noise[static_cast<std::size_t>(n - joint.first)];
             worst = std::max(worst, (after.Error(After(joint, n), WantedOf(n)) + kInaudible) / (own + kInaudible));
         }
