@@ -45,6 +45,14 @@ void PrintNumbers(const Context& context, const path& file, const char* name, co
     for (const auto number : numbers) std::cout << number << '\n';
 }
 
+void PrintMade(const Context& context, const path& target, qv::Ms duration) {
+    if (context.json) {
+        PrintJson({{"target", target.string()}, {"duration", duration}});
+    } else {
+        std::cout << target.string() << ": " << duration << " ms\n";
+    }
+}
+
 /// The keys that the engine lists, through the file that it lists them in.
 std::vector<qv::Ms> ReadKeys(qv::IQvLib& lib, const path& media) {
     path keyFile = std::filesystem::temp_directory_path() / "qvtool-keys-XXXXXX";
@@ -127,11 +135,7 @@ int Import(const Context& context, const path& file, const path& target) {
             return kFailed;
     }
     const qv::Ms duration = engine.mixEdit->qvaGetDuration(target);
-    if (context.json) {
-        PrintJson({{"target", target.string()}, {"duration", duration}});
-    } else {
-        std::cout << target.string() << ": " << duration << " ms\n";
-    }
+    PrintMade(context, target, duration);
     return kDone;
 }
 
@@ -152,11 +156,7 @@ int Mix(const Context& context, const path& playList, const path& outFolder) {
             return kFailed;
     }
     const qv::Ms duration = engine.lib->GetLength(target);
-    if (context.json) {
-        PrintJson({{"target", target.string()}, {"duration", duration}});
-    } else {
-        std::cout << target.string() << ": " << duration << " ms\n";
-    }
+    PrintMade(context, target, duration);
     return kDone;
 }
 
@@ -176,11 +176,7 @@ int Container(const Context& context, const ContainerArguments& arguments) {
         request.keys.insert(request.keys.end(), found.begin(), found.end());
     }
     const qv::Ms duration = engine.recordings->MakeContainer(request, watch);
-    if (context.json) {
-        PrintJson({{"target", request.target.string()}, {"duration", duration}, {"keys", request.keys}});
-    } else {
-        std::cout << request.target.string() << ": " << duration << " ms\n";
-    }
+    PrintMade(context, request.target, duration);
     return kDone;
 }
 

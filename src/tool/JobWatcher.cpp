@@ -15,8 +15,8 @@ namespace {
 constexpr auto kPollInterval = std::chrono::milliseconds(20);
 constexpr int kBarWidth = 40;
 
-volatile std::sig_atomic_t gLeave =
-    0;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a signal's only way
+/// The only way that a signal has into the program.
+volatile std::sig_atomic_t gLeave = 0;  // NOLINT(*-non-const-global-variables)
 
 void AskToLeave(int /*signal*/) { gLeave = 1; }
 

@@ -8,6 +8,8 @@
 
 #include "av/Av.h"
 #include "av/Bitstream.h"
+#include "foreign/LeadIn.h"
+#include "foreign/PacketForm.h"
 #include "foreign/RisingTimes.h"
 #include "support/Containers.h"
 #include "support/Media.h"
@@ -225,6 +227,78 @@ TEST(ForeignPicture, KeysBringTheParameterSetsThatTheStreamChangedTo) {
         ASSERT_EQ(track.shown.size(), 45U) << name;
         for (std::size_t i = 0; i < 45; ++i) EXPECT_EQ(track.shown[i].number, static_cast<int>(i % 15)) << name;
     }
+}
+
+av::Packet PacketOf(const Bytes& data) {
+    av::Packet packet = av::NewPacket();
+    if (av_new_packet(packet.get(), static_cast<int>(data.size())) < 0) throw std::bad_alloc();
+    std::copy(data.begin(), data.end(), packet->data);
+    return packet;
+}
+
+std::string NalTypes(const Bytes& sample) {
+    std::string types;
+    const auto nals = SplitSample(sample, 4);
+    for (const ByteView nal : nals.value()) {
+        types += std::to_string(NalTypeOf(nal)) + (NalTypeOf(nal) == kNalSps ? "/" + std::to_string(nal[3]) : "") + " ";
+    }
+    return types;
+}
+
+/// SPS are told apart by their level, 30 to 32.
+TEST(PacketForm, KeysAfterAChangeOfParameterSetsBringThem) {
+    const Bytes avcC{1, 66, 0, 30, 0xff, 0xe1, 0, 5, 0x67, 66, 0, 30, 0xf4, 1, 0, 2, 0x68, 0xce};
+    const av::Input input(avformat_alloc_context());
+    AVStream& stream = *avformat_new_stream(input.get(), nullptr);
+    stream.codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
+    stream.codecpar->codec_id = AV_CODEC_ID_H264;
+    stream.codecpar->extradata = static_cast<std::uint8_t*>(av_mallocz(avcC.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    std::copy(avcC.begin(), avcC.end(), stream.codecpar->extradata);
+    stream.codecpar->extradata_size = static_cast<int>(avcC.size());
+    auto form = PacketForm::For(stream);
+    ASSERT_TRUE(form);
+    const auto convert = [&](const Bytes& data) { return NalTypes(form->Convert(*PacketOf(data)).value()); };
+    const Bytes key{0, 0, 0, 2, 0x65, 1};
+    const Bytes between{0, 0, 0, 2, 0x41, 1};
+    EXPECT_EQ(convert(key), "5 ") << "nothing is added while nothing has changed";
+    EXPECT_EQ(convert({0, 0, 0, 5, 0x67, 66, 0, 30, 0xf4, 0, 0, 0, 2, 0x65, 1}), "7/30 5 ") << "told again";
+    EXPECT_EQ(convert({0, 0, 0, 5, 0x67, 66, 0, 31, 0xf4, 0, 0, 0, 2, 0x41, 1}), "7/31 1 ") << "changed";
+    EXPECT_EQ(convert(between), "1 ");
+    EXPECT_EQ(convert(key), "7/31 8 5 ");
+    EXPECT_EQ(convert({0, 0, 0, 5, 0x67, 66, 0, 30, 0xf4, 0, 0, 0, 2, 0x65, 1}), "8 7/30 5 ") << "changed back";
+
+    // A change told beside the packet, to lengths of two bytes.
+    const Bytes other{1, 66, 0, 32, 0xfd, 0xe1, 0, 5, 0x67, 66, 0, 32, 0xf4, 1, 0, 2, 0x68, 0xce};
+    const av::Packet packet = PacketOf({0, 2, 0x65, 1});
+    std::copy(other.begin(), other.end(),
+              av_packet_new_side_data(packet.get(), AV_PKT_DATA_NEW_EXTRADATA, other.size()));
+    EXPECT_EQ(NalTypes(form->Convert(*packet).value()), "7/32 8 5 ");
+    EXPECT_FALSE(form->Convert(*PacketOf({0, 9, 0x65, 1}))) << "damaged";
+    EXPECT_EQ(form->Format().codecPrivate, avcC);
+}
+
+TEST(LeadIn, HiddenPicturesHelpToDecodeAndAreNotShown) {
+    const auto file = support::MakeMedia(support::TestFolder(), "a.mp4", support::NumberedPictures(15) + kX264);
+    ForeignPicture reader(file);
+    LeadIn leadIn(reader.Format());
+    std::vector<PicturePacket> packets;
+    const auto add = [&](std::vector<PicturePacket>&& more) {
+        std::move(more.begin(), more.end(), std::back_inserter(packets));
+    };
+    while (const auto packet = reader.ReadPacket()) {
+        leadIn.Send(*packet, packet->time < 200);
+        add(leadIn.Take());
+    }
+    add(leadIn.Finish(500));
+    std::vector<Shown> shown;
+    PictureDecoder decoder(reader.Format(), 1);
+    for (const PicturePacket& packet : packets) decoder.Send(packet.time, packet.key, packet.data);
+    decoder.SendEnd();
+    Receive(decoder, shown);
+    ASSERT_EQ(shown.size(), 9U);
+    EXPECT_TRUE(packets[0].key);
+    for (std::size_t i = 0; i < shown.size(); ++i) EXPECT_EQ(shown[i].number, static_cast<int>(i) + 6);
+    EXPECT_EQ(shown[0].time, 200);
 }
 
 TEST(ForeignPicture, PictureKeepsStepWithASoundThatStartsFirst) {

@@ -22,7 +22,7 @@ std::string Describe(const Recording& recording) {
     if (recording.picture) text += picture(*recording.picture);
     if (recording.camera) text += "+ " + picture(*recording.camera);
     if (recording.hasSound) text += "sound " + std::to_string(recording.channels) + " ";
-    for (const RecordingChapter& chapter : recording.chapters) {
+    for (const Chapter& chapter : recording.chapters) {
         text += std::to_string(chapter.start) + ":" + chapter.title + " ";
     }
     return text;

@@ -29,7 +29,8 @@ struct Turn {
 struct Lecture {
     std::vector<Turn> turns;
     Ms length = 0;
-    bool speaker = false;  ///< a small film in the lower right corner
+    bool speaker = false;    ///< a small film in the lower right corner
+    bool twoSlides = false;  ///< every turn goes back to the slide before
 };
 
 /// Slides of four to eight seconds; every third change is a fade of a second, every third one of half a second.
@@ -85,8 +86,9 @@ Picture DrawFrame(const Lecture& lecture, const std::vector<Slide>& slides, int 
         ++slide;
         mix = turn.fadeMs == 0 ? 256 : std::min(256, (time - turn.begin) * 256 / turn.fadeMs);
     }
-    const Slide& now = slides[slide];
-    const Slide& before = slides[slide == 0 ? 0 : slide - 1];
+    const std::size_t last = slide == 0 ? 0 : slide - 1;
+    const Slide& now = slides[lecture.twoSlides ? slide % 2 : slide];
+    const Slide& before = slides[lecture.twoSlides ? last % 2 : last];
     const bool pointing = time / 3000 % 2 == 0;
     const auto pointerX = static_cast<int>(300 + 250 * std::sin(time * 0.0011));
     const auto pointerY = static_cast<int>(180 + 140 * std::sin(time * 0.0007));
@@ -199,15 +201,25 @@ TEST(SlideChanges, CanBeAbandonedAndTellsHowFarItIs) {
     const auto file = Film(lecture, "a.mp4", "-c:v libx264 -preset ultrafast -g 50");
     std::stop_source stop;
     stop.request_stop();
-    EXPECT_THROW((void)FindSlideChanges(file, 50, 0, {stop.get_token(), {}}), Abandoned);
+    EXPECT_THROW((void)FindSlideChanges(file, 50, 0, JobContext{{stop.get_token(), {}}}), Abandoned);
     std::vector<double> progress;
-    EXPECT_EQ(FindSlideChanges(file, 50, 0, {{}, [&](double done) { progress.push_back(done); }}),
+    EXPECT_EQ(FindSlideChanges(file, 50, 0, JobContext{{{}, [&](double done) { progress.push_back(done); }}}),
               (std::vector<Ms>{6000}));
     EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
     EXPECT_EQ(progress.back(), 1.0);
     EXPECT_THROW((void)FindSlideChanges(file.parent_path() / "none.mp4", 50, 0, {}), MediaError);
     const auto sound = support::MakeMedia(file.parent_path(), "a.wav", "-f lavfi -i sine=d=0.1");
     EXPECT_THROW((void)FindSlideChanges(sound, 50, 0, {}), MediaError);
+}
+
+TEST(SlideChanges, ALookAtAnotherSlideBetweenTwoKeysIsFound) {
+    Lecture lecture;
+    lecture.length = 25000;
+    lecture.turns = {{3000, 0}, {6000, 0}};
+    lecture.twoSlides = true;
+    const auto file = Film(lecture, "a.mp4", "-c:v libx264 -preset superfast -g 250 -keyint_min 250 -sc_threshold 0");
+    EXPECT_EQ(FindSlideChanges(file, 50, 0, {}), (std::vector<Ms>{3000, 6000}));
+    EXPECT_EQ(FindSlideChanges(file, 50, 3500, {}), (std::vector<Ms>{6000}));
 }
 
 TEST(SlideChanges, ShortSlidesBelongToTheNextAndGlancesBackAreNone) {

@@ -94,7 +94,8 @@ TEST_P(PcmReaderTest, AHoleIsAnErrorOrSilenceOnlyWhereItIsHeard) {
     sound_->packets[200] = {0xff, 0xff, 0xff};
     Pcm all(whole_.size());
     PcmReader lenient = Reader(OnDamage::Silence);
-    lenient.Read(0, all);
+    for (std::size_t at = 0; at < all.size(); at += 1000)
+        lenient.Read(static_cast<std::int64_t>(at) / channels_, std::span(all).subspan(at, 1000));
     EXPECT_EQ(lenient.DamagedPackets(), 2);
     const auto hole =
         std::span(all).subspan(static_cast<std::size_t>(95688 * channels_), static_cast<std::size_t>(960 * channels_));
@@ -196,8 +197,8 @@ float WantedSample(const std::vector<AudioRow>& rows, const std::vector<Pcm>& so
 }
 
 TEST(RowMixerTest, EverySampleIsWhatTheRowsSay) {
-    const std::vector<SharedSound> sources = {support::Encode(support::Bursts(2, 1), {1, 96}),
-                                              support::Encode(support::Speech(2), {1, 96})};
+    const std::vector<SharedSound> sources = {support::Encode(support::Speech(2), {1, 96}),
+                                              support::Encode(support::Bursts(2, 1), {1, 96})};
     std::vector<Pcm> whole;
     for (const auto& source : sources) whole.push_back(support::Decode(source->packets, 1, source->samples));
     const std::vector<AudioRow> rows = {

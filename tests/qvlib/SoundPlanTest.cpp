@@ -71,6 +71,14 @@ const PlanCase kCases[] = {
      "encode 0..49\ncopy 50..497 from #0 53\n"},
     {"Stereo", {{0, 10000, 2, 0, 10000, 100}}, 480000, "encode 0..500\n"},
     {"NoSuchSource", {{0, 2000, 9, 0, 2000, 100}}, 96000, "encode 0..100\n"},
+    {"PacketsThatReachIntoAFade",
+     {{0, 4016, 0, 0, 4016, 100}, {4016, 4030, -1, 0, 0, 0}, {4030, 9980, 0, 4050, 10000, 100}},
+     479040,
+     "copy 0..199 from #0 0\nencode 200..202\ncopy 203..499 from #0 204\n"},
+    {"RowsOfAnotherLengthInTheirSource",
+     {{0, 4000, 0, 0, 4020, 100}, {4000, 9980, 0, 4020, 10000, 100}},
+     479040,
+     "copy 0..199 from #0 0\nencode 200..200\ncopy 201..499 from #0 202\n"},
     {"RowsEndEarly", {{0, 4000, 0, 0, 4000, 100}}, 480000, "copy 0..199 from #0 0\nencode 200..500\n"},
 };
 

@@ -35,19 +35,17 @@ public:
             info.pictureCodec = found.picture->codecName;
             info.picture = {found.picture->width, found.picture->height};
         }
-        for (const RecordingChapter& chapter : found.chapters) info.chapters.push_back({chapter.start, chapter.title});
+        info.chapters = found.chapters;
         return info;
     }
 
     Ms MakeContainer(const ContainerRequest& request, const Watch& watch) override {
-        return Guarded([&] { return qv::MakeContainer(request, {watch.stop, watch.progress}); });
+        return Guarded([&] { return qv::MakeContainer(request, JobContext{watch}); });
     }
 
     [[nodiscard]] std::vector<Ms> FindSlideChanges(const path& recording, int sensitivity, Ms minSlide,
                                                    const Watch& watch) override {
-        return Guarded([&] {
-            return qv::FindSlideChanges(recording, sensitivity, minSlide, {watch.stop, watch.progress});
-        });
+        return Guarded([&] { return qv::FindSlideChanges(recording, sensitivity, minSlide, JobContext{watch}); });
     }
 };
 

@@ -69,6 +69,10 @@ int OpusPreSkip(const AVCodecParameters& sound) {
     return AV_RL16(sound.extradata + 10);
 }
 
+/// Containers round the time that a codec's delay takes. A sound that begins this little before the picture begins with
+/// it, and the picture's whole milliseconds stay what they are.
+constexpr std::int64_t kSameStartUs = 2000;
+
 std::int64_t StartUs(const AVFormatContext& input, const AVStream& stream) {
     std::int64_t start = av_rescale_q(stream.start_time, stream.time_base, AV_TIME_BASE_Q);
     const int priming = UntoldPriming(*stream.codecpar);
@@ -90,10 +94,6 @@ int UntoldPriming(const AVCodecParameters& sound) {
     if (sound.sample_rate <= 48000 || first) return 2048;
     return sound.sample_rate <= 96000 ? 4096 : 8192;
 }
-
-/// Containers round the time that a codec's delay takes. A sound that begins this little before the picture begins with
-/// it, and the picture's whole milliseconds stay what they are.
-constexpr std::int64_t kSameStartUs = 2000;
 
 ForeignFile::ForeignFile(std::filesystem::path path) : path_(std::move(path)) {
     CheckReadable(path_);

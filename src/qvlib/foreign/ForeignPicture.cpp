@@ -68,9 +68,9 @@ struct ForeignPicture::Impl {
     Impl(const std::filesystem::path& path, PictureTrack track);
 
     void ReadOn();
-    void TakePacket(const AVPacket& packet);
+    void TakePacket(const AVPacket& taken);
     void EndLeadIn(Ms end);
-    void Emit(PicturePacket&& packet);
+    void Emit(PicturePacket&& own);
 
     void DecodeOn();
     void TakeFrame(const AVFrame& frame);

@@ -52,8 +52,8 @@ std::string TitleOf(const AVChapter& chapter) {
     return title != nullptr ? title->value : "";
 }
 
-std::vector<RecordingChapter> ChaptersOf(const ForeignFile& file) {
-    std::vector<RecordingChapter> chapters;
+std::vector<Chapter> ChaptersOf(const ForeignFile& file) {
+    std::vector<Chapter> chapters;
     const AVFormatContext& input = file.Input();
     for (unsigned i = 0; i < input.nb_chapters; ++i) {
         const AVChapter& chapter = *input.chapters[i];
@@ -61,7 +61,7 @@ std::vector<RecordingChapter> ChaptersOf(const ForeignFile& file) {
         chapters.push_back({static_cast<Ms>(std::max<std::int64_t>(0, start)), TitleOf(chapter)});
     }
     std::stable_sort(chapters.begin(), chapters.end(),
-                     [](const RecordingChapter& a, const RecordingChapter& b) { return a.start < b.start; });
+                     [](const Chapter& a, const Chapter& b) { return a.start < b.start; });
     return chapters;
 }
 

@@ -7,13 +7,9 @@
 #include <vector>
 
 #include "picture/PictureCodec.h"
+#include "qvlib/IQvRecordings.h"
 
 namespace qv {
-
-struct RecordingChapter {
-    Ms start = 0;  ///< from the recording's zero
-    std::string title;
-};
 
 struct RecordedPicture {
     std::string codecName;                ///< as FFmpeg names it, "vp9", "wmv2"
@@ -27,10 +23,10 @@ struct Recording {
     std::optional<RecordedPicture> picture;  ///< moving pictures; cover art is none
     std::optional<RecordedPicture> camera;   ///< a second picture track
     bool hasSound = false;
-    int channels = 0;                        ///< of the first sound track, as it is
-    Ms durationMs = 0;                       ///< from zero to the end of what comes last
-    Ms startOffsetMs = 0;                    ///< zero in the file's own times
-    std::vector<RecordingChapter> chapters;  ///< rising
+    int channels = 0;               ///< of the first sound track, as it is
+    Ms durationMs = 0;              ///< from zero to the end of what comes last
+    Ms startOffsetMs = 0;           ///< zero in the file's own times
+    std::vector<Chapter> chapters;  ///< rising
 };
 
 /// Looks into a recording. Quick, except where the file does not tell its length: then it is read through once.

@@ -18,11 +18,11 @@ namespace {
 
 /// Containers round times, and some tell the time of a packet for the sound that begins in it: up to here the sound is
 /// taken as going on without a break.
-constexpr std::int64_t kJitter = 40 * kSamplesPerMs;
+constexpr std::int64_t kJitter = std::int64_t{40} * kSamplesPerMs;
 /// Where a break is known of, times are believed more closely; a start this close to zero is zero.
-constexpr std::int64_t kSmallJitter = 5 * kSamplesPerMs;
+constexpr std::int64_t kSmallJitter = std::int64_t{5} * kSamplesPerMs;
 /// Times that jump back further than this were set anew; nothing is thrown away for them.
-constexpr std::int64_t kTimesSetAnew = 10 * kSampleRate;
+constexpr std::int64_t kTimesSetAnew = std::int64_t{10} * kSampleRate;
 /// Longer silence than this, in a file that does not tell its length, is a broken time and not a pause.
 constexpr std::int64_t kLongestHole = 3600LL * kSampleRate;
 
@@ -54,14 +54,14 @@ struct ForeignSound::Impl {
     /// Decodes one more packet. @returns false when the end was reached before
     bool Advance();
     void ReceiveFrames();
-    void Place(const AVFrame& frame);
+    void Place(const AVFrame& placed);
     void FillHole(std::int64_t samples);
     void End();
     /// What may be handed out: all but the last bit, which the end may have to cut.
     [[nodiscard]] std::size_t Free() const;
 
     /// Where the frame belongs, in samples from sound 0; nothing when the file does not tell.
-    std::optional<std::int64_t> PlaceOf(const AVFrame& frame);
+    std::optional<std::int64_t> PlaceOf(const AVFrame& placed);
     /// Where the sound so far ends.
     [[nodiscard]] std::int64_t Reached() const;
     [[nodiscard]] std::int64_t LongestHole() const;
@@ -148,7 +148,7 @@ std::int64_t ForeignSound::Impl::Expected() const {
 }
 
 std::int64_t ForeignSound::Impl::LongestHole() const {
-    constexpr std::int64_t kMargin = 60 * kSampleRate;
+    constexpr std::int64_t kMargin = std::int64_t{60} * kSampleRate;
     const std::int64_t expected = Expected();
     return expected > 0 ? std::max<std::int64_t>(0, expected - Reached()) + kMargin : kLongestHole;
 }

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "jobs/Progress.h"
+#include "jobs/JobContext.h"
 #include "qvlib/IQvRecordings.h"
 #include "qvlib/Rows.h"
 

@@ -170,13 +170,20 @@ bool HasKeys(const std::filesystem::path& file, const std::vector<Ms>& wanted) {
 }
 
 /// A file that goes when it is not needed any more.
-struct Passing {
-    std::filesystem::path file;
-
+class Passing {
+public:
+    explicit Passing(std::filesystem::path file) : file_(std::move(file)) {}
     ~Passing() {
         std::error_code ignored;
-        std::filesystem::remove(file, ignored);
+        std::filesystem::remove(file_, ignored);
     }
+    Passing(const Passing&) = delete;
+    Passing& operator=(const Passing&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& File() const { return file_; }
+
+private:
+    std::filesystem::path file_;
 };
 
 }  // namespace
@@ -192,13 +199,13 @@ Ms MakeContainer(const ContainerRequest& request, const JobContext& job) {
         carrier.Run(request.target, job);
         return duration;
     }
-    const Passing carried{request.target.string() + ".carried"};
-    carrier.Run(carried.file, {job.stop, [&](double done) { job.Report(done * kCarryShare); }});
-    if (HasKeys(carried.file, request.keys)) {
-        std::filesystem::rename(carried.file, request.target);
+    const Passing carried(request.target.string() + ".carried");
+    carrier.Run(carried.File(), {job.stop, [&](double done) { job.Report(done * kCarryShare); }});
+    if (HasKeys(carried.File(), request.keys)) {
+        std::filesystem::rename(carried.File(), request.target);
         return duration;
     }
-    MixRequest mix = KeysOnly(carried.file, request.keys, duration);
+    MixRequest mix = KeysOnly(carried.File(), request.keys, duration);
     mix.target = request.target;
     SaveMix(mix, {job.stop, [&](double done) { job.Report(kCarryShare + done * (1 - kCarryShare)); }});
     return duration;

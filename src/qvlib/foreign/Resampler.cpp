@@ -54,8 +54,8 @@ void Resampler::Put(const AVFrame& frame, int skip, std::vector<float>& out) {
     const bool planar = av_sample_fmt_is_planar(format_) != 0;
     const int planes = planar ? sourceChannels_ : 1;
     const int stride = av_get_bytes_per_sample(format_) * (planar ? 1 : sourceChannels_);
-    std::vector<const std::uint8_t*> data;
-    for (int plane = 0; plane < planes; ++plane) data.push_back(frame.extended_data[plane] + skip * stride);
+    std::vector<const std::uint8_t*> data(frame.extended_data, frame.extended_data + planes);
+    for (const std::uint8_t*& plane : data) plane += std::ptrdiff_t{skip} * stride;
     Convert(data.data(), frame.nb_samples - skip, out);
 }
 
@@ -73,7 +73,7 @@ void Resampler::Convert(const std::uint8_t* const* data, int samples, std::vecto
     const int most = av::Check(swr_get_out_samples(swr_.get(), samples), kWhat);
     inner_.resize(static_cast<std::size_t>(most) * static_cast<std::size_t>(innerChannels_));
     auto* into = reinterpret_cast<std::uint8_t*>(inner_.data());
-    auto** from = const_cast<const std::uint8_t**>(data);
+    auto** from = const_cast<const std::uint8_t**>(data);  // NOLINT(*-const-cast): the call only reads
     const int count = av::Check(swr_convert(swr_.get(), &into, most, from, samples), kWhat);
     if (data != nullptr) samplesIn_ += samples;
     Add(inner_.data(), count, out);

@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "jobs/Progress.h"
+#include "jobs/JobContext.h"
 
 namespace qv {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "jobs/Progress.h"
+#include "jobs/JobContext.h"
 #include "qvlib/Rows.h"
 
 namespace qv {

@@ -26,7 +26,7 @@ public:
         number_ = sound->number;
         channels_ = sound->channels;
         for (const Cue& cue : reader_.Cues()) entries_.push_back({cue.time, cue.cluster});
-        std::ranges::sort(entries_);
+        std::ranges::sort(entries_, {}, &Entry::time);
         samples_ = CountSamples();
         cursor_.Seek(reader_.FirstCluster());
     }
@@ -81,7 +81,6 @@ private:
     struct Entry {
         Ms time;
         std::int64_t cluster;
-        auto operator<=>(const Entry&) const = default;
     };
 
     MkvReader reader_;

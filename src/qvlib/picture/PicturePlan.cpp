@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <optional>
+#include <sstream>
 #include <stdexcept>
 
 namespace qv {
@@ -58,29 +58,27 @@ private:
     using Kind = PictureStep::Kind;
 
     void AddHold(const Piece& piece) {
-        const bool stands = shown_ && shown_->last == piece.src && !piece.needsKey;
+        const bool stands = !steps_.empty() && shown_.last == piece.src && !piece.needsKey;
         if (!stands) steps_.push_back({Kind::Hold, piece.src, piece.src, piece.dst, piece.dstEnd});
         shown_ = Shown{piece.src + 1, piece.src, true};
     }
 
     void AddNormal(const Piece& piece) {
-        const bool goesOn = shown_ && shown_->next == piece.src && steps_.back().kind != Kind::Hold;
-        const bool still = shown_ && shown_->still;
-        if (!goesOn || (piece.needsKey && !IsKey(piece.src))) {
-            Start(piece);
-        } else if (steps_.back().kind == Kind::Copy) {
-            GoOnCopying(piece, still);
-        } else if (still || IsKey(piece.src)) {
-            Start(piece);
-        } else {
+        const bool goesOn = !steps_.empty() && shown_.next == piece.src && steps_.back().kind != Kind::Hold;
+        const bool copies = goesOn && steps_.back().kind == Kind::Copy;
+        if (copies && (IsKey(piece.src) || !piece.needsKey)) {
+            GoOnCopying(piece);
+        } else if (goesOn && !copies && !shown_.still && !IsKey(piece.src) && !piece.needsKey) {
             GoOnEncoding(piece);
+        } else {
+            Start(piece);
         }
         shown_ = Shown{piece.SrcEnd(), piece.SrcEnd() - 1, false};
     }
 
-    void GoOnCopying(const Piece& piece, bool still) {
+    void GoOnCopying(const Piece& piece) {
         PictureStep& last = steps_.back();
-        if (still) {
+        if (shown_.still) {
             steps_.push_back({Kind::Copy, piece.src, piece.SrcEnd(), piece.dst, piece.dstEnd, true});
         } else {
             last.srcTo = piece.SrcEnd();
@@ -121,7 +119,7 @@ private:
 
     std::span<const Ms> keys_;
     std::vector<PictureStep> steps_;
-    std::optional<Shown> shown_;
+    Shown shown_;  ///< nothing as long as there are no steps
 };
 
 std::string FaultOf(const FrameRow& row, Ms expectedPos) {
@@ -154,16 +152,17 @@ std::vector<PictureStep> PlanPicture(std::span<const FrameRow> rows, std::span<c
 }
 
 std::string PicturePlanToText(std::span<const PictureStep> plan) {
-    std::string text;
+    std::ostringstream text;
     for (const PictureStep& step : plan) {
-        const std::string src = std::to_string(step.srcFrom) + "-" + std::to_string(step.srcTo);
-        const std::string dst = " to " + std::to_string(step.dstFrom);
-        if (step.kind == PictureStep::Kind::Copy) text += (step.goesOn ? "go on " : "copy ") + src + dst + "\n";
-        if (step.kind == PictureStep::Kind::Encode) text += "encode " + src + dst + "\n";
-        if (step.kind == PictureStep::Kind::Hold)
-            text += "hold " + std::to_string(step.srcFrom) + dst + "-" + std::to_string(step.dstTo) + "\n";
+        if (step.kind == PictureStep::Kind::Hold) {
+            text << "hold " << step.srcFrom << " to " << step.dstFrom << '-' << step.dstTo << '\n';
+            continue;
+        }
+        const bool copies = step.kind == PictureStep::Kind::Copy;
+        text << (!copies ? "encode " : step.goesOn ? "go on " : "copy ");
+        text << step.srcFrom << '-' << step.srcTo << " to " << step.dstFrom << '\n';
     }
-    return text;
+    return text.str();
 }
 
 }  // namespace qv

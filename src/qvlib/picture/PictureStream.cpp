@@ -201,6 +201,8 @@ public:
           worker_([this] { Work(); }) {}
 
     ~Impl() { queue_.Close(); }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
 
     [[nodiscard]] const PictureFormat& Format() const { return source_.Format(); }
     [[nodiscard]] Counts Given() const { return given_; }

@@ -213,6 +213,7 @@ std::vector<Ms> WithoutShortSlides(const SlideWatcher& watcher, double share, Ms
         }
     }
     std::vector<Ms> times;
+    times.reserve(kept.size());
     for (const SlideChange& change : kept) times.push_back(change.time);
     return times;
 }

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "jobs/Progress.h"
+#include "jobs/JobContext.h"
 #include "qvlib/IQvRecordings.h"
 #include "qvlib/Rows.h"
 

@@ -78,7 +78,7 @@ void Restless::MaskNeighbours() {
         const int row = i / kColumns;
         for (int y = std::max(0, row - 1); y <= std::min(kRows - 1, row + 1); ++y) {
             for (int x = std::max(0, column - 1); x <= std::min(kColumns - 1, column + 1); ++x) {
-                masked_[static_cast<std::size_t>(y * kColumns + x)] = true;
+                masked_[static_cast<std::size_t>(y) * kColumns + static_cast<std::size_t>(x)] = true;
             }
         }
     }

@@ -89,7 +89,7 @@ public:
 private:
     struct Seen {
         Ms time = 0;
-        SmallPicture picture;
+        SmallPicture picture{};
     };
 
     void Renew(Ms time, const SmallPicture& picture);

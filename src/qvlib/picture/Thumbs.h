@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "jobs/Progress.h"
+#include "jobs/JobContext.h"
 #include "qvlib/Rows.h"
 
 namespace qv {

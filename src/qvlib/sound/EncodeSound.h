@@ -6,7 +6,7 @@
 #include <functional>
 #include <span>
 
-#include "jobs/Progress.h"
+#include "jobs/JobContext.h"
 #include "sound/Opus.h"
 
 namespace qv {

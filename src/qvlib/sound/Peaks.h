@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "jobs/Progress.h"
+#include "jobs/JobContext.h"
 #include "qvlib/Rows.h"
 #include "sound/OpusPackets.h"
 #include "sound/SoundFormat.h"

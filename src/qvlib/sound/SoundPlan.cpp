@@ -61,8 +61,9 @@ std::vector<Untouched> UntouchedStretches(std::span<const AudioRow> rows, std::s
 
 /// The packets that say nothing but what is heard in an untouched stretch.
 SoundStep CopyOf(Untouched stretch, std::int64_t totalSamples) {
-    // Before the first sample there is nothing to hear, and behind the last one neither.
-    if (stretch.from == 0 && stretch.shift == 0) stretch.from = -kForever;
+    // Before the first sample (a row that begins there without a fade begins its source) there is nothing to hear, and
+    // behind the last one neither.
+    if (stretch.from == 0) stretch.from = -kForever;
     if (stretch.to >= totalSamples) stretch.to = kForever;
     const std::int64_t first = std::max<std::int64_t>(0, CeilDiv(stretch.from + kPreSkip + kOverlap, kPacketSamples));
     const std::int64_t end =

@@ -118,7 +118,6 @@ EncodedStretch StretchMaker::Make() {
     if (stretch_.beforeCopy) {
         end = ToCopied(kFirstTry, kLastTry);
         if (!end.IsClean()) end = ToCopied(kLastTry + 1, kFarthestTry);
-        if (!end.IsClean()) end.packet = stretch_.End() + kFarthestTry;
     }
     packets_.resize(static_cast<std::size_t>(end.packet - begin_));
     packets_.erase(packets_.begin(), packets_.begin() + (first_ - begin_));
