@@ -56,7 +56,6 @@ AVColorRange RangeOf(const AVFrame& frame) { return av::IsFullRange(frame) ? AVC
 
 void SetVpxOptions(av::Options& options, int quantizer) {
     options.Set("deadline", "realtime");
-    options.Set("cpu-used", 8);
     options.Set("lag-in-frames", 0);
     options.Set("auto-alt-ref", 0);
     options.Set("qmin", quantizer);
@@ -65,6 +64,7 @@ void SetVpxOptions(av::Options& options, int quantizer) {
 
 void SetVp9Options(av::Options& options) {
     SetVpxOptions(options, kVp9Quantizer);
+    options.Set("cpu-used", 8);
     options.Set("crf", kVp9Quantizer);
     options.Set("row-mt", 1);
     options.Set("tile-columns", 2);
@@ -111,6 +111,7 @@ void SetOptions(av::Options& options, AVCodecContext& context, const PictureForm
     switch (like.codec) {
         case PictureCodec::Vp8:
             SetVpxOptions(options, kVp8Quantizer);
+            options.Set("cpu-used", -12);      // below zero: a fixed speed, not one that follows the machine's load
             context.bit_rate = 1'000'000'000;  // the quantizer alone decides
             break;
         case PictureCodec::Vp9:
@@ -142,7 +143,10 @@ av::Codec OpenEncoder(const PictureFormat& like, const AVFrame& first) {
     context->gop_size = kNoKeysOfItsOwn;
     context->keyint_min = kNoKeysOfItsOwn;
     context->max_b_frames = 0;
-    context->thread_count = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
+    // The threads of VP8 wait for one another in loops: on a busy machine they take many times as long as one.
+    const bool alone = like.codec == PictureCodec::Vp8;
+    context->thread_count =
+        alone ? 1 : std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
     av::Options options;
     SetOptions(options, *context, like);
     av::Check(avcodec_open2(context.get(), encoder, options.Get()), CodecIdOf(like.codec) + " encoder");
