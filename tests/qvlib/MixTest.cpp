@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <set>
 #include <sstream>
 
@@ -212,6 +213,49 @@ TEST_F(MixSoundTest, UntouchedSoundIsCopied) {
     EXPECT_EQ(report.soundPackets, 601);
     EXPECT_GT(report.copiedSoundPackets, 601 - 50 - 2 * 20);
     EXPECT_EQ(report.copiedPictures, report.pictures);
+}
+
+TEST_F(MixSoundTest, TheCameraFollowsTheRowsLikeThePicture) {
+    MakeRecording(folder_ / "camera.mkv", {"", "-vf negate -c:v libvpx -b:v 1M", 2}, 12);
+    engine_.recordings->MakeContainer(
+        {.recording = folder_ / "recording.mkv", .camera = folder_ / "camera.mkv", .target = folder_ / "two.qv"}, {});
+    SaveMix({.target = folder_ / "media.qv",
+             .sources = {folder_ / "two.qv"},
+             .audioRows = kPlainSound,
+             .frameRows = kEditedFrames},
+            {});
+    CheckWhole(folder_ / "media.qv");
+    EXPECT_TRUE(engine_.lib->qvVideoExists(folder_ / "media.qv"));
+    const auto source = support::DecodePictures(folder_ / "two.qv", 1);
+    const auto result = support::DecodePictures(folder_ / "media.qv", 1);
+    for (Ms t = 0; t < 12000; t += 50)
+        ASSERT_GT(support::Psnr(result.At(t), source.At(SourceAt(kEditedFrames, t))), 38) << "at " << t << " ms";
+}
+
+TEST_F(MixSoundTest, ThumbnailsShowThePictureAtTheirPosition) {
+    std::ofstream(folder_ / "thumblist.txt") << "7010\r\n0\nnothing\n99999\n";
+    const auto wait = [this] {
+        while (engine_.lib->ThumbTime() != -1) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
+    engine_.lib->ThumbCreate(folder_ / "source.qv", folder_ / "thumblist.txt");
+    wait();
+    const std::pair<const char*, const char*> wanted[] = {{"0", "0"}, {"7010", "7"}, {"99999", "11.95"}};
+    for (const auto& [position, seconds] : wanted) {
+        const fs::path thumb = folder_ / "thumbnails" / (std::string(position) + ".jpg");
+        const auto gray = [&](const std::string& input, const char* name) {
+            Output("ffmpeg -v error -y " + input +
+                   " -map 0:v:0 -frames:v 1 -vf scale=160:90 -pix_fmt gray -f rawvideo " + Quoted(folder_ / name));
+            return support::ReadBytes(folder_ / name);
+        };
+        const auto is = gray("-i " + Quoted(thumb), "is.gray");
+        EXPECT_EQ(is.size(), 160U * 90);
+        EXPECT_GT(
+            support::Psnr(is, gray("-ss " + std::string(seconds) + " -i " + Quoted(folder_ / "source.qv"), "as.gray")),
+            28)
+            << position;
+    }
+    engine_.lib->ThumbCreate(folder_ / "source.qv", folder_ / "none.txt");
+    wait();
 }
 
 TEST_F(MixSoundTest, WrongInputFailsWithItsReasonAndLeavesNothing) {
