@@ -10,7 +10,7 @@ namespace qv {
 
 /// The peaks of one sound, as far as they are known. They are known in whole chunks of kChunkQuanta.
 struct KeptPeaks {
-    static constexpr std::int64_t kChunkQuanta = 2048;
+    static constexpr std::int64_t kChunkQuanta = 4096;
 
     std::int64_t samples = 0;         ///< of the sound; 0 to kMostSamples
     std::vector<std::uint8_t> known;  ///< for each chunk, 1 or 0
