@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -16,6 +17,9 @@ namespace support {
 /// @throws std::runtime_error with ffmpeg's words
 std::filesystem::path MakeMedia(const std::filesystem::path& folder, const std::string& name, const std::string& args);
 
+/// Overwrites `count` bytes from a third of the file on.
+void Damage(const std::filesystem::path& file, std::size_t count);
+
 /// ffmpeg arguments for a source of pictures that bear their number, 0 to 49, as brightness; 30 a second.
 std::string NumberedPictures(int count, const std::string& size = "64x48");
 /// The number that such a picture bears, after whatever codec.
@@ -25,7 +29,7 @@ int NumberOn(const qv::Picture& picture);
 /// @param format any planar AVPixelFormat of YUV
 qv::Picture DrawSlide(int width, int height, int format, int step);
 
-/// Peak signal to noise ratio in dB of the worst plane; 99 when equal.
-double Psnr(const AVFrame& a, const AVFrame& b);
+/// The samples of one plane of planar YUV, line by line, brought to 8 bits.
+std::vector<std::uint8_t> Samples(const AVFrame& frame, int plane);
 
 }  // namespace support
