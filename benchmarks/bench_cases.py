@@ -3,7 +3,6 @@
 
 import json
 import statistics
-import subprocess
 
 import bench_measure as measure
 import bench_references as references
@@ -76,7 +75,8 @@ class Bench:
         def check(words):
             if len(words.split()) != length // 64:
                 raise RuntimeError("another number of peaks than asked for")
-        return Job("qvtool peaks, nothing kept", [self.tool, "peaks", path], fresh_cache=self.work / "cache", check=check)
+        return Job("qvtool peaks, nothing kept", [self.tool, "peaks", path], fresh_cache=self.work / "cache",
+                   check=check)
 
     def verify(self, path):
         return Job("qvtool verify --whole", [self.tool, "verify", "--whole", path])
@@ -127,7 +127,7 @@ def replaced(bench):
     melt_project = references.melt_project(play_list, FPS, bench.work / "project.mlt")
     bench.race(bench.mix(play_list, "b"), [
         (Job("melt", references.melt(melt_project, bench.codec, target), output=target, length=length,
-             settings=f"encodes the picture anew, as it has no other way: {settings}; {FPS} frames/s, its cuts at frames"),
+             settings=f"encodes the picture anew, as it has no other way: {settings}; {FPS} frames/s, cuts at frames"),
          ("at least", 20)),
         (Job("ffmpeg, one filter graph",
              references.graph(play_list, references.encoded(bench.codec), target), output=target, length=length,
@@ -177,17 +177,20 @@ def import_sound(bench):
     target = bench.target()
     bench.race(ours, [
         (Job("ffmpeg", references.encode_sound(source, IMPORT_KBIT, channels, target), output=target,
-             length=ours.length, settings=f"-c:a libopus -b:a {IMPORT_KBIT}k -ac {channels}, as ours"), ("at least", 1.9))])
+             length=ours.length, settings=f"-c:a libopus -b:a {IMPORT_KBIT}k -ac {channels}, as ours"),
+         ("at least", 1.9))])
 
 
 def verify(bench):
     """the whole verification"""
+    start = Job("start of qvtool", [bench.tool, "--version"])
     for minutes in (bench.hour, bench.long):
         path, _ = bench.lecture(minutes)
         bench.heading(f"Whole verification, {minutes} minutes, {path.stat().st_size / 1e6:.0f} MB")
         measure.warm(path)
-        bench.race(bench.verify(path), [(Job("cat file | cat >/dev/null", references.read_through(path)),
-                                         ("at most", 1.5))])
+        bench.race(bench.verify(path), [
+            (Job("cat file | cat >/dev/null", references.read_through(path)), ("at most", 1.5)),
+            (start, None)])
 
 
 def thumbnails(bench):
@@ -199,7 +202,8 @@ def thumbnails(bench):
     folder = bench.work / "reference-thumbs"
     folder.mkdir(exist_ok=True)
     bench.race(ours, [
-        (Job("ffmpeg, thirty seeks", references.thumbnails(path, times, folder), check=lambda _: expect_files(folder, times),
+        (Job("ffmpeg, thirty seeks", references.thumbnails(path, times, folder),
+             check=lambda _: expect_files(folder, times),
              settings="one process, -threads 1, scale=160:120:force_original_aspect_ratio=decrease, mjpeg"),
          ("at least", 4))])
 
@@ -214,7 +218,8 @@ def cut_and_held(bench):
         (Job("ffmpeg -c copy", references.remux(source, target), output=target,
              settings="the whole lecture, for comparison: this is not the same work"), None)])
     mixed = checks.Mixed(play_list, ours.output, reading.picture_packets(source), bench.codec)
-    print(f"    {mixed.copied_share():.2%} of the {len(mixed.times)} picture packets are the source's own, byte for byte")
+    share = mixed.copied_share()
+    print(f"    {share:.2%} of its {len(mixed.times)} picture packets are the source's own, byte for byte")
 
 
 PROCESS_AIMS = {"KeptPeaks/whole": 5, "QuickVerify": 10}    # ms
@@ -227,9 +232,8 @@ def in_process(bench):
     command = [bench.bin / "engine_benchmark", path, bench.work / "desk", f"--benchmark_repetitions={bench.runs}",
                "--benchmark_format=json"]
     measure.wait_for_quiet(bench.patience)
-    done = subprocess.run([str(part) for part in command], check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     times = {}
-    for result in json.loads(done.stdout)["benchmarks"]:
+    for result in json.loads(reading.told(command))["benchmarks"]:
         if result.get("error_occurred"):
             raise RuntimeError(f"{result['name']}: {result['error_message']}")
         if result["run_type"] == "iteration":
@@ -244,7 +248,7 @@ def memory(bench):
     """the most memory that each job holds"""
     bench.heading(f"Most memory held, {bench.hour} and {bench.long} minutes")
     floor = measure.run_once(Job("nothing", ["true"])).peak_mb
-    print(f"    Less than {floor:.0f} MB cannot be told apart: what starts the jobs holds as much.")
+    print(f"    Below {floor:.0f} MB nothing can be told: what starts the jobs holds as much.")
     jobs = [memory_jobs(bench, minutes) for minutes in (bench.hour, bench.long)]
     for one, three in zip(*jobs):
         first, second = measure.run_once(one), measure.run_once(three)

@@ -7,11 +7,14 @@ import pathlib
 import shutil
 import statistics
 import subprocess
+import sys
 import tempfile
 import time
 import typing
 
+import bench_launcher
 import lecture_reading as reading
+from bench_launcher import busy_seconds
 
 
 @dataclasses.dataclass
@@ -38,13 +41,6 @@ LENGTH_SLACK = 120      # ms; a reference may end with a whole frame
 QUIET = 0.05            # of the cores
 
 
-def busy_seconds():
-    """What all cores together have worked since the machine started."""
-    with open("/proc/stat", encoding="ascii") as file:
-        user, nice, system, _, _, interrupts, soft, stolen = map(int, file.readline().split()[1:9])
-    return (user + nice + system + interrupts + soft + stolen) / os.sysconf("SC_CLK_TCK")
-
-
 def wait_for_quiet(patience):
     """Waits until others leave the cores alone for a moment, but no longer than so many seconds."""
     end = time.monotonic() + patience
@@ -64,20 +60,29 @@ def run_once(job, patience=0):
         environment["XDG_CACHE_HOME"] = str(job.fresh_cache)
     os.sync()
     wait_for_quiet(patience)
-    with tempfile.TemporaryFile() as printed:
-        busy, begun = busy_seconds(), time.monotonic()
-        process = subprocess.Popen([str(part) for part in job.command], stdin=subprocess.DEVNULL, stdout=printed,
-                                   stderr=subprocess.STDOUT, env=environment)
-        _, status, used = os.wait4(process.pid, 0)
-        seconds, busy = time.monotonic() - begun, busy_seconds() - busy
-        process.returncode = os.waitstatus_to_exitcode(status)
+    status, words, *used = launch([str(part) for part in job.command], environment)
+    if status != 0:
+        raise RuntimeError(f"{job.name} failed ({status}): {words[-2000:]}")
+    check_result(job, words)
+    return Spent(*used)
+
+
+def launch(command, environment):
+    """Runs a command; returns its exit status, what it printed, and what Spent holds."""
+    result, told_to = os.pipe()
+    launcher = [sys.executable, "-I", "-S", bench_launcher.__file__, str(told_to), *command]
+    with os.fdopen(result) as result, tempfile.TemporaryFile() as printed:
+        done = subprocess.Popen(launcher, stdin=subprocess.DEVNULL, stdout=printed, stderr=subprocess.STDOUT,
+                                env=environment, pass_fds=[told_to])
+        os.close(told_to)
+        figures = result.read().split()
+        done.wait()
         printed.seek(0)
         words = printed.read().decode(errors="replace")
-    if process.returncode != 0:
-        raise RuntimeError(f"{job.name} failed ({process.returncode}): {words[-2000:]}")
-    check_result(job, words)
-    cpu = used.ru_utime + used.ru_stime
-    return Spent(seconds, cpu, used.ru_maxrss / 1024, max(0, busy - cpu) / seconds / os.cpu_count())
+    if not figures:
+        raise RuntimeError(f"{command[0]}: {words}")
+    status, seconds, cpu, peak, others = int(figures[0]), *map(float, figures[1:])
+    return status, words, seconds, cpu, peak / 1024, others / seconds / os.cpu_count()
 
 
 def remove(path):

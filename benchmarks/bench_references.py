@@ -59,10 +59,11 @@ def melt_project(play_list, fps, path):
              'sample_aspect_num="1" sample_aspect_den="1" display_aspect_num="16" display_aspect_den="9" '
              'colorspace="601"/>', producer("picture", play_list.sources[0], "audio")]
     lines += [producer(f"s{i}", source, "video") for i, source in enumerate(play_list.sources)]
-    lines += [f'<playlist id="seen"><entry producer="picture" in="0" out="{frames(play_list.length()) - 1}"/></playlist>',
+    last = frames(play_list.length()) - 1
+    lines += [f'<playlist id="seen"><entry producer="picture" in="0" out="{last}"/></playlist>',
               '<playlist id="heard">', *map(entry, play_list.sounds), "</playlist>",
-              '<tractor id="main"><track producer="seen" hide="audio"/><track producer="heard" hide="video"/></tractor>',
-              "</mlt>"]
+              '<tractor id="main"><track producer="seen" hide="audio"/><track producer="heard" hide="video"/>',
+              "</tractor></mlt>"]
     path.write_text("\n".join(lines), encoding="utf-8")
     return path
 
@@ -80,7 +81,8 @@ def decode_sound(source):
 
 
 def encode_sound(source, kbit, channels, target):
-    return [*FFMPEG, "-i", source, "-vn", "-c:a", "libopus", "-b:a", f"{kbit}k", "-ac", channels, "-f", "matroska", target]
+    return [*FFMPEG, "-i", source, "-vn", "-c:a", "libopus", "-b:a", f"{kbit}k", "-ac", channels, "-f", "matroska",
+            target]
 
 
 def thumbnails(source, times, folder):

@@ -113,7 +113,8 @@ class Mixed:
                 must += same
                 tails += not same
         copied = sum(map(self.is_copied, self.times))
-        words = f"{must} of {must + tails} untouched are identical" + (f", {tails} before a cut are new" if tails else "")
+        words = f"{must} of {must + tails} untouched are identical"
+        words += f", {tails} before a cut are new" if tails else ""
         return f"{words}; {copied / len(self.times):.2%} of all {len(self.times)} copied"
 
     def copied_share(self):

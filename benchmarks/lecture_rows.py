@@ -1,5 +1,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Play lists to measure with: what is seen and heard of a lecture, row by row. All times are whole ms, ends exclusive."""
+"""Play lists to measure with: what is seen and heard of a lecture, row by row.
+
+All times are whole ms, ends exclusive.
+"""
 
 import typing
 
@@ -72,7 +75,8 @@ def replaced(lecture, length, speech):
     rows, pos, step = [], 0, (length - 40000) / len(speech)
     for i, (_, long) in enumerate(speech):
         start, long = on_grid(20000 + i * step), on_grid(min(long, step - GRID_MS))
-        rows += [Sound(pos, start, 0, pos, start), Sound(start, start + long, i + 1, 0, long, VOLUMES[i % len(VOLUMES)])]
+        rows.append(Sound(pos, start, 0, pos, start))
+        rows.append(Sound(start, start + long, i + 1, 0, long, VOLUMES[i % len(VOLUMES)]))
         pos = start + long
     rows.append(Sound(pos, length, 0, pos, length))
     return PlayList([lecture] + [path for path, _ in speech], [Frame(0, length, 0, length, 1)], rows)
