@@ -8,10 +8,11 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build_packages=(
     g++ cmake ninja-build pkg-config
     libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev
-    libopus-dev libdeflate-dev libcli11-dev nlohmann-json3-dev libgtest-dev
+    libopus-dev libdeflate-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libgtest-dev
+    qt6-base-dev
 )
-test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3)
-bench_packages=(libbenchmark-dev melt ffmpeg espeak-ng python3 mkvtoolnix fonts-dejavu-core python3-pil)
+test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core)
+bench_packages=(libbenchmark-dev melt mpv ffmpeg espeak-ng python3 mkvtoolnix fonts-dejavu-core python3-pil)
 ci_packages=(clang-format clang-tidy clang libclang-rt-14-dev)
 
 # missing_packages PACKAGE...: those that are not installed, one a line.

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+#include "store/MediaCheck.h"
+#include "timeline/EditorState.h"
+
+namespace mirrane {
+
+/// The two windows that the program comes up with.
+class IShell {
+public:
+    virtual ~IShell() = default;
+    /// Lets the user choose a project and returns when that is over: gProjectFolder and gProjectFileName are set when
+    /// the project was opened, gProjectFolder is empty when none was.
+    virtual void ShowStartPage() = 0;
+    /// Shows the editor on gProjectFolder and returns at once.
+    virtual void ShowEditor() = 0;
+};
+
+}  // namespace mirrane
+
+/// How the program starts.
+namespace mirrane::basMixMain {
+
+/// Sees to it that the folders for temporary things and for the suite's own are there, and sets gAppDataFolder. May be
+/// called again and again: what is there stays as it is. Folders that cannot be made are not told.
+void InitPaths(EditorState& state);
+
+/// Brings up the editor, or does not: the user was told why, gave up, or asked for nothing that is a path.
+/// @param commandLine empty: the start page. Otherwise a path of any file in the project's folder, quoted or not, which
+///                    may hold blanks; such a project is opened as it lies there, without the start page's checks
+void Main(EditorState& state, modMediaQv::MediaContext& media, IShell& shell, const std::string& commandLine);
+
+}  // namespace mirrane::basMixMain
