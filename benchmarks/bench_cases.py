@@ -6,6 +6,7 @@ import statistics
 
 import bench_measure as measure
 import bench_references as references
+import bench_seeks as seeks
 import lecture_checks as checks
 import lecture_reading as reading
 import lecture_rows as rows
@@ -222,15 +223,51 @@ def cut_and_held(bench):
     print(f"    {share:.2%} of its {len(mixed.times)} picture packets are the source's own, byte for byte")
 
 
-PROCESS_AIMS = {"KeptPeaks/whole": 5, "QuickVerify": 10}    # ms
+IN_PROCESS_AIMS = {"KeptPeaks/whole": 5, "QuickVerify": 10}    # ms
+TIMELINE_AIMS = {"SetPlayList/untouched": 5, "SetPlayList/edited": 5, "SetPlayList/written": 5}
 
 
 def in_process(bench):
     """what an editor asks while somebody waits"""
     path, _ = bench.lecture(bench.hour)
     bench.heading(f"In the editor's own process, {bench.hour} minutes")
-    command = [bench.bin / "engine_benchmark", path, bench.work / "desk", f"--benchmark_repetitions={bench.runs}",
-               "--benchmark_format=json"]
+    timed_by_itself(bench, [bench.bin / "engine_benchmark", path, bench.work / "desk"], IN_PROCESS_AIMS)
+
+
+def timeline(bench):
+    """play lists of a long lecture"""
+    bench.heading("Play lists of 2,000 slides over 8 hours")
+    timed_by_itself(bench, [bench.bin / "timeline_benchmark", bench.work / "desk"], TIMELINE_AIMS)
+
+
+SEEKS = 50
+MOST_SEEK_MS = 60
+
+
+def seek(bench):
+    """exact seeks behind an edit"""
+    path, length = bench.lecture(bench.hour)
+    bench.heading(f"{SEEKS} exact seeks, {bench.hour} minutes of {bench.codec}")
+    measure.warm(path)
+    places, ours, others = seeks.places(length, SEEKS), [], []
+    for _ in range(bench.runs):
+        measure.wait_for_quiet(bench.patience)
+        ours += seeks.ours(bench.bin / "seek_benchmark", path, places)
+        measure.wait_for_quiet(bench.patience)
+        with seeks.Mpv(path) as mpv:
+            others += [mpv.seek(place) for place in places]
+    most = seeks.percentile(ours, 0.95)
+    print(f"    {'the player':<34} {seeks.told(ours)}")
+    print(f"    {'':<34} {bench.conclude('95% of them', f'{most:.1f} ms', f'under {MOST_SEEK_MS} ms', most < MOST_SEEK_MS)}")
+    ratio = statistics.median(others) / statistics.median(ours)
+    words = bench.conclude("mpv", f"{ratio:.2f} times our time", "at least 1", ratio >= 1)
+    print(f"    {'mpv':<34} {seeks.told(others)}   {words}")
+    print(f"        {' '.join(seeks.Mpv.SETTINGS)}; seek absolute+exact, until playback-restart")
+
+
+def timed_by_itself(bench, program, aims):
+    """Runs a program that measures what it does; an aim is the ms that a step of that name must stay under."""
+    command = program + [f"--benchmark_repetitions={bench.runs}", "--benchmark_format=json"]
     measure.wait_for_quiet(bench.patience)
     times = {}
     for result in json.loads(reading.told(command))["benchmarks"]:
@@ -239,9 +276,24 @@ def in_process(bench):
         if result["run_type"] == "iteration":
             times.setdefault(result["run_name"].removesuffix("/real_time"), []).append(result["real_time"])
     for name, its in times.items():
-        median, aim = statistics.median(its), PROCESS_AIMS.get(name)
+        median, aim = statistics.median(its), aims.get(name)
         words = f"{median:.3f} ms"
         print(f"    {name:<34} {bench.conclude(name, words, f'under {aim} ms', median < aim) if aim else words}")
+
+
+MOST_INFO_S = 0.3
+
+
+def info(bench):
+    """facts of a project of eight hours and 2,000 slides"""
+    folder = bench.media.big_project()
+    bench.heading("Facts of a project of 8 hours, 2,000 slides")
+    job = Job("qvtool info", [bench.tool, "info", folder])
+    measure.run_once(job)
+    spent = measure.race([job], bench.runs, bench.patience)[0]
+    median = measure.median(spent)
+    print(f"    {job.name:<34} {measure.told(spent)}   "
+          f"{bench.conclude(job.name, f'{median:.3f} s', f'under {MOST_INFO_S} s', median < MOST_INFO_S)}")
 
 
 def memory(bench):
@@ -279,4 +331,5 @@ def memory_jobs(bench, minutes):
 
 
 CASES = {"b": replaced, "a": untouched, "volume": volume, "peaks": peaks, "import": import_sound, "verify": verify,
-         "thumbs": thumbnails, "c": cut_and_held, "process": in_process, "memory": memory}
+         "thumbs": thumbnails, "c": cut_and_held, "process": in_process, "timeline": timeline, "seek": seek, "info": info,
+         "memory": memory}

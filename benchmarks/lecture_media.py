@@ -56,6 +56,14 @@ class Media:
                 run(self.tool, "import", source, target)
         return [(target, reading.duration_ms(target)) for target in targets]
 
+    def big_project(self):
+        """A project of eight hours and 2,000 slides."""
+        folder = self.made / "big-project"
+        if not folder.exists():
+            print("Making a project of eight hours ...", flush=True)
+            run(HERE / "make-big-project", self.tool, folder)
+        return folder
+
     def outdated(self, path):
         return not path.exists() or path.stat().st_mtime < self.tool.stat().st_mtime
 

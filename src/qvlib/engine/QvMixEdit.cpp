@@ -4,6 +4,7 @@
 #include "engine/Faces.h"
 #include "foreign/FrameRate.h"
 #include "foreign/Import.h"
+#include "foreign/Transcode.h"
 #include "jobs/Job.h"
 #include "mix/Mix.h"
 #include "mkv/Reader.h"
@@ -55,7 +56,11 @@ public:
 
     void qvImportWave(const path& source, const path& target) override { Import(source, target); }
     void qvImportWmv(const path& source, const path& target) override { Import(source, target); }
+    void qvTranscode(const path& source, const path& targetWave) override {
+        Start(import_, [source, targetWave](const JobContext& job) { TranscodeToWave(source, targetWave, job); });
+    }
     [[nodiscard]] int GetImportProgress() override { return import_.Percent(); }
+    [[nodiscard]] SoundKind qvSoundKind(const path& file) override { return SoundKindOf(file); }
 
     [[nodiscard]] Ms qvaGetDuration(const path& file) override {
         try {

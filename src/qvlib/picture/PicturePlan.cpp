@@ -11,28 +11,6 @@ namespace qv {
 
 namespace {
 
-/// A row as the plan sees it: source and timeline run side by side, or the source stands still.
-struct Piece {
-    Ms dst = 0;
-    Ms dstEnd = 0;
-    Ms src = 0;  ///< at dst; of a hold: the source time whose picture stands
-    bool isHold = false;
-    bool needsKey = false;
-
-    [[nodiscard]] Ms SrcEnd() const { return isHold ? src : src + (dstEnd - dst); }
-};
-
-Piece ToPiece(const FrameRow& row) {
-    Piece piece{row.pos, row.posEnd, row.srcPos, false, row.isSlideStart == 1};
-    if (row.srcPos == row.srcPosEnd) {
-        piece.isHold = true;
-        piece.src = std::max(row.srcPos - 1, 0);
-    } else if (row.srcPosEnd - row.srcPos != row.posEnd - row.pos) {
-        piece.src = row.srcPosEnd - 1;
-    }
-    return piece;
-}
-
 /// What the timeline shows at its end so far.
 struct Shown {
     Ms next = 0;         ///< the source time that would come next
@@ -44,7 +22,7 @@ class Planner {
 public:
     explicit Planner(std::span<const Ms> keys) : keys_(keys) {}
 
-    void Add(const Piece& piece) {
+    void Add(const PicturePiece& piece) {
         if (piece.isHold) {
             AddHold(piece);
         } else {
@@ -57,13 +35,13 @@ public:
 private:
     using Kind = PictureStep::Kind;
 
-    void AddHold(const Piece& piece) {
+    void AddHold(const PicturePiece& piece) {
         const bool stands = !steps_.empty() && shown_.last == piece.src && !piece.needsKey;
         if (!stands) steps_.push_back({Kind::Hold, piece.src, piece.src, piece.dst, piece.dstEnd});
         shown_ = Shown{piece.src + 1, piece.src, true};
     }
 
-    void AddNormal(const Piece& piece) {
+    void AddNormal(const PicturePiece& piece) {
         const bool goesOn = !steps_.empty() && shown_.next == piece.src && steps_.back().kind != Kind::Hold;
         const bool copies = goesOn && steps_.back().kind == Kind::Copy;
         if (copies && (IsKey(piece.src) || !piece.needsKey)) {
@@ -76,7 +54,7 @@ private:
         shown_ = Shown{piece.SrcEnd(), piece.SrcEnd() - 1, false};
     }
 
-    void GoOnCopying(const Piece& piece) {
+    void GoOnCopying(const PicturePiece& piece) {
         PictureStep& last = steps_.back();
         if (shown_.still) {
             steps_.push_back({Kind::Copy, piece.src, piece.SrcEnd(), piece.dst, piece.dstEnd, true});
@@ -87,7 +65,7 @@ private:
     }
 
     /// An encoded stretch goes on, up to the next key.
-    void GoOnEncoding(const Piece& piece) {
+    void GoOnEncoding(const PicturePiece& piece) {
         PictureStep& last = steps_.back();
         const Ms encodeTo = std::min(NextKey(piece.src), piece.SrcEnd());
         last.srcTo = encodeTo;
@@ -96,7 +74,7 @@ private:
     }
 
     /// A stretch that does not follow from what stands before it.
-    void Start(const Piece& piece) {
+    void Start(const PicturePiece& piece) {
         Ms copyFrom = piece.src;
         if (!IsKey(piece.src)) {
             copyFrom = std::min(NextKey(piece.src), piece.SrcEnd());
@@ -105,7 +83,7 @@ private:
         CopyFrom(piece, copyFrom);
     }
 
-    void CopyFrom(const Piece& piece, Ms src) {
+    void CopyFrom(const PicturePiece& piece, Ms src) {
         if (src < piece.SrcEnd())
             steps_.push_back({Kind::Copy, src, piece.SrcEnd(), piece.dst + (src - piece.src), piece.dstEnd});
     }
@@ -135,6 +113,17 @@ std::string FaultOf(const FrameRow& row, Ms expectedPos) {
 
 }  // namespace
 
+PicturePiece ToPicturePiece(const FrameRow& row) {
+    PicturePiece piece{row.pos, row.posEnd, row.srcPos, false, row.isSlideStart == 1};
+    if (row.srcPos == row.srcPosEnd) {
+        piece.isHold = true;
+        piece.src = std::max(row.srcPos - 1, 0);
+    } else if (row.srcPosEnd - row.srcPos != row.posEnd - row.pos) {
+        piece.src = row.srcPosEnd - 1;
+    }
+    return piece;
+}
+
 void CheckFrameRows(std::span<const FrameRow> rows) {
     if (rows.empty()) throw std::invalid_argument("there are no frame rows");
     Ms pos = 0;
@@ -147,7 +136,7 @@ void CheckFrameRows(std::span<const FrameRow> rows) {
 
 std::vector<PictureStep> PlanPicture(std::span<const FrameRow> rows, std::span<const Ms> sourceKeys) {
     Planner planner(sourceKeys);
-    for (const FrameRow& row : rows) planner.Add(ToPiece(row));
+    for (const FrameRow& row : rows) planner.Add(ToPicturePiece(row));
     return planner.Take();
 }
 

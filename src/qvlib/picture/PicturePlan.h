@@ -28,6 +28,20 @@ struct PictureStep {
     friend bool operator==(const PictureStep&, const PictureStep&) = default;
 };
 
+/// A frame row as everyone reads it: source and timeline run side by side, or the source stands still.
+struct PicturePiece {
+    Ms dst = 0;
+    Ms dstEnd = 0;
+    Ms src = 0;  ///< at dst; of a hold: the source time whose picture stands
+    bool isHold = false;
+    bool needsKey = false;
+
+    [[nodiscard]] Ms SrcEnd() const { return isHold ? src : src + (dstEnd - dst); }
+};
+
+/// A hold shows the last picture before its place, a cut the first picture of what was kept behind it.
+[[nodiscard]] PicturePiece ToPicturePiece(const FrameRow& row);
+
 /// Refuses rows that no play list can mean: they must tile the timeline from 0, with times that are not negative, and
 /// each be a normal row, a hold or a cut.
 /// @throws std::invalid_argument that names the row and the fault

@@ -13,6 +13,9 @@ namespace qv {
 /// Progress of a job that has failed or was abandoned.
 inline constexpr int kJobFailed = -1;
 
+/// What there is to hear in a file made elsewhere.
+enum class SoundKind { Unreadable, NoSound, Sound };
+
 /// One part of a sound's waveform: [start, end) ms in samples.size() equal parts.
 struct WaveSpan {
     Ms start = 0;
@@ -49,7 +52,13 @@ public:
     /// codecs decode; channels beyond two are mixed down to two.
     virtual void qvImportWave(const std::filesystem::path& source, const std::filesystem::path& target) = 0;
     virtual void qvImportWmv(const std::filesystem::path& source, const std::filesystem::path& target) = 0;
+    /// Starts decoding the first sound track of any file to a WAV: 16 bits, 48 kHz, at most two channels. An import of it
+    /// gives what an import of the source gives. Fails where it would pass 4 GB.
+    virtual void qvTranscode(const std::filesystem::path& source, const std::filesystem::path& targetWave) = 0;
+    /// Of the import or transcoding that was started last.
     [[nodiscard]] virtual int GetImportProgress() = 0;
+    /// Whether there is sound in a file that the codecs decode. Quick.
+    [[nodiscard]] virtual SoundKind qvSoundKind(const std::filesystem::path& file) = 0;
 
     /// Length of a .qva to the nearest ms; 0 for a missing, empty or foreign file.
     [[nodiscard]] virtual Ms qvaGetDuration(const std::filesystem::path& file) = 0;

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "picture/PictureCodec.h"
+#include "qvlib/ShownPicture.h"
+
+namespace qv {
+
+/// A decoded picture, which must not be empty, as it goes out; nothing is copied.
+[[nodiscard]] ShownPicture ToShown(const Picture& picture, Ms pos);
+
+}  // namespace qv
