@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Commands.h"
 
-#include <unistd.h>
-
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "Common.h"
 #include "JobWatcher.h"
-#include "qvlib/Engine.h"
 #include "qvlib/PlayList.h"
 
 namespace tool {
@@ -18,23 +15,8 @@ namespace tool {
 namespace {
 
 using std::filesystem::path;
-using Json = nlohmann::ordered_json;
 
-constexpr int kDone = 0;
-constexpr int kFailed = 1;
 constexpr qv::Ms kSampleMs = 64;
-
-qv::Engine OpenEngine(const Context& context) {
-    const auto log = [](const std::string& line) { std::cerr << "qvtool: " << line << '\n'; };
-    qv::Engine engine = qv::MakeEngine({qv::DefaultCacheFolder(), log});
-    engine.mixEdit->qvSetAudioBitrate(context.bitrateKbit);
-    return engine;
-}
-
-/// A project folder stands for its media file.
-path MediaOf(const path& given) { return is_directory(given) ? given / "media.qv" : given; }
-
-void PrintJson(const Json& result) { std::cout << result.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n'; }
 
 template <typename Numbers>
 void PrintNumbers(const Context& context, const path& file, const char* name, const Numbers& numbers) {
@@ -51,20 +33,6 @@ void PrintMade(const Context& context, const path& target, qv::Ms duration) {
     } else {
         std::cout << target.string() << ": " << duration << " ms\n";
     }
-}
-
-/// The keys that the engine lists, through the file that it lists them in.
-std::vector<qv::Ms> ReadKeys(qv::IQvLib& lib, const path& media) {
-    path keyFile = std::filesystem::temp_directory_path() / "qvtool-keys-XXXXXX";
-    std::string name = keyFile.string();
-    const int made = mkstemp(name.data());
-    if (made < 0) throw std::runtime_error(name + ": cannot be made");
-    close(made);
-    lib.ListIndex(name, media);
-    std::ifstream list(name);
-    std::vector<qv::Ms> keys{std::istream_iterator<qv::Ms>(list), {}};
-    std::filesystem::remove(name);
-    return keys;
 }
 
 std::string ReadText(const path& file) {
@@ -95,18 +63,6 @@ int Keys(const Context& context, const path& media) {
     if (keys.empty()) throw std::runtime_error(file.string() + ": has no keyframes");
     PrintNumbers(context, file, "keys", keys);
     return kDone;
-}
-
-int Verify(const Context& context, const path& media, bool whole) {
-    const qv::Engine engine = OpenEngine(context);
-    const path file = MediaOf(media);
-    const bool isSound = whole ? engine.lib->verifyWholeQvFile(file) : engine.lib->verifyQvFile(file);
-    if (context.json) {
-        PrintJson({{"file", file.string()}, {"check", whole ? "whole" : "quick"}, {"sound", isSound}});
-    } else if (isSound) {
-        std::cout << file.string() << ": sound\n";
-    }
-    return isSound ? kDone : kFailed;
 }
 
 int Peaks(const Context& context, const PeaksArguments& arguments) {
@@ -175,8 +131,8 @@ int Container(const Context& context, const ContainerArguments& arguments) {
             engine.recordings->FindSlideChanges(arguments.recording, qv::kUsualSensitivity, kMinSlide, watch);
         request.keys.insert(request.keys.end(), found.begin(), found.end());
     }
-    const qv::Ms duration = engine.recordings->MakeContainer(request, watch);
-    PrintMade(context, request.target, duration);
+    const qv::ContainerMade made = engine.recordings->MakeContainer(request, watch);
+    PrintMade(context, request.target, made.duration);
     return kDone;
 }
 

@@ -8,7 +8,7 @@
 
 #include "qvlib/Rows.h"
 
-/// What qvtool does. Each command prints its result on standard output and returns the exit status: 0 for done. A
+/// What qvtool does with media files; what it does with projects stands beside this. Each command prints its result on standard output and returns the exit status: 0 for done. A
 /// failure is thrown as std::exception, or told on standard error with status 1.
 namespace tool {
 
@@ -33,7 +33,6 @@ struct ContainerArguments {
 };
 
 int Keys(const Context& context, const std::filesystem::path& media);
-int Verify(const Context& context, const std::filesystem::path& media, bool whole);
 int Peaks(const Context& context, const PeaksArguments& arguments);
 int Import(const Context& context, const std::filesystem::path& file, const std::filesystem::path& target);
 int Mix(const Context& context, const std::filesystem::path& playList, const std::filesystem::path& outFolder);

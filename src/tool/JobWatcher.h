@@ -17,6 +17,9 @@ public:
     JobWatcher(const JobWatcher&) = delete;
     JobWatcher& operator=(const JobWatcher&) = delete;
 
+    /// The next job of a longer piece of work.
+    void Begin(std::string title) { title_ = std::move(title); }
+
     /// Polls until percent() is 100 or negative, or the user wants to leave (abandon() is called then).
     /// @returns true when it is done
     bool Poll(const std::function<int()>& percent, const std::function<void()>& abandon);

@@ -37,14 +37,16 @@ std::string Describe(const Recording& recording) {
 TEST(ForeignProbe, TellsWhatARecordingHolds) {
     const auto folder = support::TestFolder();
     WriteText(folder / "chapters.txt",
-              ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=800\ntitle=Start\n"
-              "[CHAPTER]\nTIMEBASE=1/1000\nSTART=800\nEND=2000\ntitle=Noise\n");
+              ";FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/10\nSTART=1\nEND=8\ntitle=\n"
+              "[CHAPTER]\nTIMEBASE=1/10\nSTART=8\nEND=8\ntitle=Noise\n"
+              "[CHAPTER]\nTIMEBASE=1/10\nSTART=8\nEND=20\ntitle=Again\n"
+              "[CHAPTER]\nTIMEBASE=1/10\nSTART=20\nEND=30\ntitle=Past the end\n");
     const std::string both = support::NumberedPictures(60) + kSound;
     const std::string chapters =
         both + "-i " + support::Quoted(folder / "chapters.txt") + " -map_metadata 2 -c:v libx264";
     const std::tuple<const char*, std::string, const char*, int> cases[] = {
-        {"a.mp4", chapters, "h264 carried 64x48 sound 1 0:Start 800:Noise ", 0},
-        {"a.mkv", chapters + " -c:a flac", "h264 carried 64x48 sound 1 0:Start 800:Noise ", 1},
+        {"a.mp4", chapters, "h264 carried 64x48 sound 1 0: 800:Noise ", 0},
+        {"a.mkv", chapters + " -c:a flac", "h264 carried 64x48 sound 1 100: 800:Noise ", 1},
         {"live.webm", both + "-ac 2 -live 1 -c:v libvpx", "vp8 carried 64x48 sound 2 ", 20},
         {"a.wmv", both, "msmpeg4v3 64x48 sound 1 ", 60},
         {"camera.mkv", both + support::NumberedPictures(60, "32x32") + "-map 0 -map 1 -map 2 -c:v mpeg4",

@@ -185,6 +185,10 @@ TEST(ForeignSound, WhatIsNoSoundIsRefusedInPlainWords) {
         {folder, "is a folder"},
         {write("empty.wav", ""), "the file is empty"},
         {write("text.wav", "Good morning, and welcome to the seventh lecture.\n"), "not a media file"},
+        {write("unfinished.mp4", std::string("\0\0\0\x10"
+                                             "ftypisom\0\0\2\0",
+                                             16)),
+         "is incomplete: it was cut off, or its recording never finished"},
         {write("list.m3u8", list), "not a media file"},
         {write("list.ffconcat", "ffconcat version 1.0\nfile good.wav\n"), "not a media file"},
         {support::MakeMedia(folder, "silent.mp4", support::NumberedPictures(5)), "has no sound"},

@@ -35,11 +35,12 @@ public:
             info.pictureCodec = found.picture->codecName;
             info.picture = {found.picture->width, found.picture->height};
         }
+        info.title = found.title;
         info.chapters = found.chapters;
         return info;
     }
 
-    Ms MakeContainer(const ContainerRequest& request, const Watch& watch) override {
+    ContainerMade MakeContainer(const ContainerRequest& request, const Watch& watch) override {
         return Guarded([&] { return qv::MakeContainer(request, JobContext{watch}); });
     }
 

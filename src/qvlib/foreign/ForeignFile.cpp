@@ -4,9 +4,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <limits>
+#include <string_view>
 
 extern "C" {
 #include <libavutil/intreadwrite.h>
@@ -36,6 +39,14 @@ void CheckReadable(const std::filesystem::path& path) {
     }
 }
 
+/// Of bytes that no demuxer takes: an MP4 file is of no use before its index is written, at the very end.
+const char* WhyNotTaken(const std::filesystem::path& path) {
+    std::array<char, 8> head{};
+    std::ifstream(path, std::ios::binary).read(head.data(), head.size());
+    const bool isMp4 = std::string_view(head.data() + 4, 4) == "ftyp";
+    return isMp4 ? "is incomplete: it was cut off, or its recording never finished" : "not a media file";
+}
+
 av::Input OpenInput(const std::filesystem::path& path) {
     av::SilenceLog();
     av::Options options;
@@ -43,10 +54,12 @@ av::Input OpenInput(const std::filesystem::path& path) {
     options.Set("format_whitelist", kContainers);
     AVFormatContext* opened = nullptr;
     const int result = avformat_open_input(&opened, ("file:" + path.string()).c_str(), nullptr, options.Get());
-    if (result == AVERROR_INVALIDDATA || result == AVERROR(EINVAL)) throw MediaError(path, "not a media file");
+    if (result == AVERROR_INVALIDDATA || result == AVERROR(EINVAL)) throw MediaError(path, WhyNotTaken(path));
+    constexpr const char* kBreaksOff = "is cut off or damaged in what tells its contents";
+    if (result == AVERROR_EOF || result == AVERROR(EIO)) throw MediaError(path, kBreaksOff);
     av::Check(result, path);
     av::Input input(opened);
-    av::Check(avformat_find_stream_info(input.get(), nullptr), path);
+    if (avformat_find_stream_info(input.get(), nullptr) < 0) throw MediaError(path, kBreaksOff);
     return input;
 }
 
@@ -78,7 +91,9 @@ std::int64_t StartUs(const AVFormatContext& input, const AVStream& stream) {
     const int priming = UntoldPriming(*stream.codecpar);
     if (priming > 0) start += av_rescale(priming, AV_TIME_BASE, stream.codecpar->sample_rate);
     if (std::strstr(input.iformat->name, "matroska") != nullptr) {
-        start += av_rescale(OpusPreSkip(*stream.codecpar), AV_TIME_BASE, kSampleRate);
+        // Rounded as the demuxer rounds it when it takes it off the packets' times.
+        const std::int64_t skipped = av_rescale_q(OpusPreSkip(*stream.codecpar), {1, kSampleRate}, stream.time_base);
+        start += av_rescale_q(skipped, stream.time_base, AV_TIME_BASE_Q);
     }
     return start;
 }
@@ -98,6 +113,7 @@ int UntoldPriming(const AVCodecParameters& sound) {
 ForeignFile::ForeignFile(std::filesystem::path path) : path_(std::move(path)) {
     CheckReadable(path_);
     input_ = OpenInput(path_);
+    tellsManyEnds_ = std::strstr(input_->iformat->name, "mp4") != nullptr;
     PickStreams();
 }
 
@@ -131,14 +147,13 @@ void ForeignFile::ReadOnly(const AVStream& stream) {
 }
 
 bool ForeignFile::Next(AVPacket& packet) {
-    constexpr int kMostErrorsInARow = 100;
+    constexpr int kMostErrorsInARow = 100;  // want of memory among them: a damaged size asks for too much
     for (int errors = 0; errors < kMostErrorsInARow; ++errors) {
         av_packet_unref(&packet);
         const int result = av_read_frame(input_.get(), &packet);
-        if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
         const AVIOContext* io = input_->pb;
         if (result < 0 && io != nullptr && io->error < 0 && io->error != AVERROR_EOF) av::Check(io->error, path_);
-        if (result == AVERROR_EOF) return false;
+        if (result == AVERROR_EOF && !tellsManyEnds_) return false;
         if (result < 0) continue;
         if (input_->streams[packet.stream_index]->discard == AVDISCARD_DEFAULT) return true;
         errors = -1;

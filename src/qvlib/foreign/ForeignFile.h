@@ -50,6 +50,7 @@ private:
     AVStream* camera_ = nullptr;
     AVStream* sound_ = nullptr;
     std::int64_t zeroUs_ = 0;
+    bool tellsManyEnds_ = false;  ///< one for each sample behind the place where the file is cut off, and others follow
 };
 
 /// Samples that the codec's overlap puts before the sound and that neither container nor decoder reckon with; mostly 0.

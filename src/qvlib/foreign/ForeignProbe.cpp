@@ -27,6 +27,7 @@ bool LengthIsUncertain(const AVFormatContext& input) {
            input.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
 }
 
+/// The end of what is there from here on; 0 when nothing is.
 std::int64_t EndUsByReading(ForeignFile& file) {
     const av::Packet packet = av::NewPacket();
     std::int64_t end = 0;
@@ -41,34 +42,61 @@ std::int64_t EndUsByReading(ForeignFile& file) {
     return end;
 }
 
+/// By its streams; where they are silent, by the file as a whole.
 std::int64_t EndUsAsTold(const ForeignFile& file) {
+    std::int64_t last = 0;
+    bool isTold = true;
+    for (const AVStream* stream : {file.PictureStream(), file.SoundStream()}) {
+        if (stream == nullptr) continue;
+        isTold = isTold && stream->duration > 0 && stream->start_time != AV_NOPTS_VALUE;
+        if (isTold) last = std::max(last, file.UsFromZero(stream->start_time + stream->duration, stream->time_base));
+    }
+    if (isTold) return last;
     const AVFormatContext& input = file.Input();
     const std::int64_t start = input.start_time != AV_NOPTS_VALUE ? input.start_time : file.ZeroUs();
     return start + input.duration - file.ZeroUs();
 }
 
-std::string TitleOf(const AVChapter& chapter) {
-    const AVDictionaryEntry* title = av_dict_get(chapter.metadata, "title", nullptr, 0);
+/// What the file tells is believed when picture or sound go on to about there. It may have been cut off, or tell the end
+/// of something else, titles for instance, or that of its own times and not of what is in it: then it is read through.
+std::int64_t EndUs(const std::filesystem::path& path) {
+    constexpr std::int64_t kRoundingUs = 30'000;
+    ForeignFile file(path);
+    if (LengthIsUncertain(file.Input())) return EndUsByReading(file);
+    const AVStream* stream = file.PictureStream() != nullptr ? file.PictureStream() : file.SoundStream();
+    const std::int64_t told = EndUsAsTold(file);
+    const std::int64_t last = av_rescale_q(told + file.ZeroUs(), AV_TIME_BASE_Q, stream->time_base);
+    if (file.SeekKey(*stream, last) && std::abs(EndUsByReading(file) - told) <= kRoundingUs) return told;
+    ForeignFile afresh(path);
+    return EndUsByReading(afresh);
+}
+
+std::string TitleOf(const AVDictionary* metadata) {
+    const AVDictionaryEntry* title = av_dict_get(metadata, "title", nullptr, 0);
     return title != nullptr ? title->value : "";
 }
 
-std::vector<Chapter> ChaptersOf(const ForeignFile& file) {
+/// Of several at the same time the first counts, for instance a part and not its first section.
+std::vector<Chapter> ChaptersOf(const ForeignFile& file, Ms end) {
     std::vector<Chapter> chapters;
     const AVFormatContext& input = file.Input();
     for (unsigned i = 0; i < input.nb_chapters; ++i) {
         const AVChapter& chapter = *input.chapters[i];
         const std::int64_t start = file.MsFromZero(chapter.start, chapter.time_base);
-        chapters.push_back({static_cast<Ms>(std::max<std::int64_t>(0, start)), TitleOf(chapter)});
+        chapters.push_back({static_cast<Ms>(std::max<std::int64_t>(0, start)), TitleOf(chapter.metadata)});
     }
+    std::erase_if(chapters, [end](const Chapter& chapter) { return chapter.start >= end; });
     std::stable_sort(chapters.begin(), chapters.end(),
                      [](const Chapter& a, const Chapter& b) { return a.start < b.start; });
+    const auto isDoubled = [](const Chapter& a, const Chapter& b) { return a.start == b.start; };
+    chapters.erase(std::unique(chapters.begin(), chapters.end(), isDoubled), chapters.end());
     return chapters;
 }
 
 }  // namespace
 
 Recording ProbeRecording(const std::filesystem::path& path) {
-    ForeignFile file(path);
+    const ForeignFile file(path);
     if (file.PictureStream() == nullptr && file.SoundStream() == nullptr) {
         throw MediaError(path, "holds neither picture nor sound that can be decoded");
     }
@@ -78,9 +106,9 @@ Recording ProbeRecording(const std::filesystem::path& path) {
     recording.hasSound = file.SoundStream() != nullptr;
     if (recording.hasSound) recording.channels = file.SoundStream()->codecpar->ch_layout.nb_channels;
     recording.startOffsetMs = static_cast<Ms>(RoundToMs(file.ZeroUs()));
-    recording.chapters = ChaptersOf(file);
-    const std::int64_t endUs = LengthIsUncertain(file.Input()) ? EndUsByReading(file) : EndUsAsTold(file);
-    recording.durationMs = static_cast<Ms>(std::max<std::int64_t>(0, RoundToMs(endUs)));
+    recording.durationMs = static_cast<Ms>(std::max<std::int64_t>(0, RoundToMs(EndUs(path))));
+    recording.title = TitleOf(file.Input().metadata);
+    recording.chapters = ChaptersOf(file, recording.durationMs);
     return recording;
 }
 

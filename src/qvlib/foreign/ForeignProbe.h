@@ -24,12 +24,14 @@ struct Recording {
     std::optional<RecordedPicture> camera;   ///< a second picture track
     bool hasSound = false;
     int channels = 0;               ///< of the first sound track, as it is
-    Ms durationMs = 0;              ///< from zero to the end of what comes last
+    Ms durationMs = 0;              ///< from zero to the end of picture or sound, whichever comes last
     Ms startOffsetMs = 0;           ///< zero in the file's own times
-    std::vector<Chapter> chapters;  ///< rising
+    std::string title;              ///< as its file tells; may be empty
+    std::vector<Chapter> chapters;  ///< strictly rising, all before the end
 };
 
-/// Looks into a recording. Quick, except where the file does not tell its length: then it is read through once.
+/// Looks into a recording. Quick, except where the file does not tell its length, or breaks off before its end: then it is
+/// read through once.
 /// @throws MediaError when it is missing, empty, a folder, not readable, not media, or has neither picture nor sound
 [[nodiscard]] Recording ProbeRecording(const std::filesystem::path& path);
 

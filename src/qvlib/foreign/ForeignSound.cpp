@@ -19,8 +19,10 @@ namespace {
 /// Containers round times, and some tell the time of a packet for the sound that begins in it: up to here the sound is
 /// taken as going on without a break.
 constexpr std::int64_t kJitter = std::int64_t{40} * kSamplesPerMs;
-/// Where a break is known of, times are believed more closely; a start this close to zero is zero.
+/// Where a break is known of, times are believed more closely.
 constexpr std::int64_t kSmallJitter = std::int64_t{5} * kSamplesPerMs;
+/// A start this close to zero is zero where there is a picture to be in step with; without one, a codec's lead-in is.
+constexpr std::int64_t kRounding = kSamplesPerMs;
 /// Times that jump back further than this were set anew; nothing is thrown away for them.
 constexpr std::int64_t kTimesSetAnew = std::int64_t{10} * kSampleRate;
 /// Longer silence than this, in a file that does not tell its length, is a broken time and not a pause.
@@ -65,6 +67,9 @@ struct ForeignSound::Impl {
     /// Where the sound so far ends.
     [[nodiscard]] std::int64_t Reached() const;
     [[nodiscard]] std::int64_t LongestHole() const;
+    [[nodiscard]] std::int64_t StartJitter() const {
+        return file.PictureStream() != nullptr ? kRounding : kSmallJitter;
+    }
     [[nodiscard]] std::int64_t Expected() const;
 
     ForeignFile file;
@@ -127,7 +132,7 @@ std::optional<std::int64_t> ForeignSound::Impl::PlaceOf(const AVFrame& placed) {
                             av_rescale(priming, kSampleRate, placed.sample_rate);
     if (!shift) {
         const std::int64_t zero = av_rescale_q(file.ZeroUs(), AV_TIME_BASE_Q, {1, kSampleRate});
-        const bool fromHere = lateStart == LateStart::Drop || std::llabs(at - zero) <= kSmallJitter;
+        const bool fromHere = lateStart == LateStart::Drop || std::llabs(at - zero) <= StartJitter();
         shift = fromHere ? at : zero;
         if (TellsExactEnd(*file.Input().iformat) && stream->duration > 0 && stream->start_time != AV_NOPTS_VALUE) {
             const std::int64_t end = stream->start_time + stream->duration;
@@ -171,8 +176,8 @@ void ForeignSound::Impl::Place(const AVFrame& placed) {
         *shift += off;
         off = 0;
     }
-    const bool exactly = afterDamage || trimming || Reached() == 0;
-    const std::int64_t tolerated = exactly ? kSmallJitter : kJitter;
+    const std::int64_t jitter = afterDamage || trimming ? kSmallJitter : kJitter;
+    const std::int64_t tolerated = Reached() == 0 ? StartJitter() : jitter;
     afterDamage = false;
     std::int64_t skip = std::exchange(priming, 0);
     if (off > tolerated) FillHole(off);

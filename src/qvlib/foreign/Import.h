@@ -16,8 +16,7 @@ void ImportSound(const std::filesystem::path& source, const std::filesystem::pat
                  const JobContext& job);
 
 /// Makes a media.qv of a recording. Complete and on disk when this returns; on failure there is no target.
-/// @returns its length
 /// @throws MediaError, std::invalid_argument for a key behind the end, Abandoned when told to stop
-Ms MakeContainer(const ContainerRequest& request, const JobContext& job);
+ContainerMade MakeContainer(const ContainerRequest& request, const JobContext& job);
 
 }  // namespace qv

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
-#include <deque>
+#include <cstdlib>
+#include <limits>
+#include <map>
 #include <memory>
 #include <optional>
-#include <stdexcept>
+#include <set>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "MediaError.h"
@@ -30,8 +34,10 @@ constexpr double kCarryShare = 0.8;
 /// A recording's picture as packets, encoded where it cannot be carried, with the next one at hand.
 class PictureFeed {
 public:
-    PictureFeed(const std::filesystem::path& file, PictureTrack track, TrackKind kind, Ms duration)
-        : picture_(file, track), kind_(kind), duration_(duration) {
+    /// @param keys where a picture that is encoded gets keys, rising
+    PictureFeed(const std::filesystem::path& file, PictureTrack track, TrackKind kind, Ms duration,
+                std::vector<Ms> keys = {})
+        : picture_(file, track), kind_(kind), duration_(duration), keys_(std::move(keys)) {
         Advance();
         if (!next_) throw MediaError(file, "has a picture that cannot be decoded");
     }
@@ -53,19 +59,30 @@ private:
             const auto picture = picture_.ReadPicture();
             if (picture) {
                 Send(*picture);
-            } else {
-                ended_ = true;
-                if (encoder_) encoder_->SendEnd();
+            } else if (encoder_) {
+                SendKeysBefore(duration_);
+                encoder_->SendEnd();
             }
+            ended_ = !picture;
         }
         return packet ? packet : encoder_ ? encoder_->Receive() : std::nullopt;
     }
 
     void Send(const Picture& picture) {
         if (!encoder_) encoder_.emplace(picture_.Format(), picture);
-        const bool isKey = picture.time >= nextKey_;
+        SendKeysBefore(picture.time);
+        const bool isWanted = nextWanted_ < keys_.size() && keys_[nextWanted_] == picture.time;
+        if (isWanted) ++nextWanted_;
+        const bool isKey = isWanted || picture.time >= nextKey_;
         if (isKey) nextKey_ = picture.time + kKeyEvery;
         encoder_->Send(picture, picture.time, isKey);
+        shown_ = picture;
+    }
+
+    /// The picture that stands at each wanted key, once more.
+    void SendKeysBefore(Ms time) {
+        for (; nextWanted_ < keys_.size() && keys_[nextWanted_] < time; ++nextWanted_)
+            encoder_->Send(shown_, keys_[nextWanted_], true);
     }
 
     ForeignPicture picture_;
@@ -73,6 +90,9 @@ private:
     Ms duration_;
     std::optional<PictureEncoder> encoder_;
     std::optional<PicturePacket> next_;
+    std::vector<Ms> keys_;
+    std::size_t nextWanted_ = 0;
+    Picture shown_;
     Ms nextKey_ = 0;
     bool ended_ = false;
 };
@@ -103,8 +123,9 @@ public:
     Carrier(const ContainerRequest& request, const Recording& recording)
         : request_(request), duration_(std::max(recording.durationMs, 1)) {
         if (!recording.picture) throw MediaError(request.recording, "has no picture, only sound");
-        picture_ =
-            std::make_unique<PictureFeed>(request.recording, PictureTrack::Picture, TrackKind::Picture, duration_);
+        const std::vector<Ms> keys = WantedKeys();
+        picture_ = std::make_unique<PictureFeed>(request.recording, PictureTrack::Picture, TrackKind::Picture,
+                                                 duration_, keys);
         if (!request.camera.empty()) {
             camera_ =
                 std::make_unique<PictureFeed>(request.camera, PictureTrack::Picture, TrackKind::Camera, duration_);
@@ -137,6 +158,17 @@ public:
     }
 
 private:
+    /// Rising, none twice.
+    [[nodiscard]] std::vector<Ms> WantedKeys() const {
+        const std::set<Ms> keys(request_.keys.begin(), request_.keys.end());
+        const bool areInside = keys.empty() || (*keys.begin() >= 0 && *keys.rbegin() < duration_);
+        if (!areInside) {
+            const Ms outside = *keys.begin() < 0 ? *keys.begin() : *keys.rbegin();
+            throw MediaError(request_.recording, "there is no picture at " + std::to_string(outside) + " ms");
+        }
+        return {keys.begin(), keys.end()};
+    }
+
     void WritePicturesUpTo(Ms time, MkvWriter& writer) {
         picture_->WriteUpTo(time, writer);
         if (camera_) camera_->WriteUpTo(time, writer);
@@ -163,10 +195,29 @@ MixRequest KeysOnly(const std::filesystem::path& source, std::vector<Ms> keys, M
     return mix;
 }
 
-bool HasKeys(const std::filesystem::path& file, const std::vector<Ms>& wanted) {
+std::vector<Ms> KeysOf(const std::filesystem::path& file) {
     const MkvReader reader(file);
-    const auto keys = reader.KeyTimes(reader.Picture()->number);
-    return std::ranges::all_of(wanted, [&](Ms key) { return std::ranges::binary_search(keys, key); });
+    return reader.KeyTimes(reader.Picture()->number);
+}
+
+/// Where each wanted key goes: to the nearest that is there, unless that is too far away or nearer to another wanted one.
+///
+///     there      0              4000       8000        may move 1500
+///     wanted       900      3000 3900    7900
+///     goes to      900      3000 4000      8000
+std::vector<Ms> PlacesOf(std::vector<Ms> wanted, const std::vector<Ms>& there, Ms mayMove) {
+    const auto distance = [](Ms a, Ms b) { return std::abs(a - b); };
+    std::map<Ms, std::size_t> takers;
+    for (std::size_t i = 0; i < wanted.size(); ++i) {
+        const Ms key = wanted[i];
+        const Ms nearest = *std::min_element(there.begin(), there.end(),
+                                             [&](Ms a, Ms b) { return distance(a, key) < distance(b, key); });
+        if (distance(nearest, key) > mayMove || (nearest == 0 && key != 0)) continue;
+        std::size_t& taker = takers.try_emplace(nearest, i).first->second;
+        if (distance(nearest, key) < distance(nearest, wanted[taker])) taker = i;
+    }
+    for (const auto& [key, taker] : takers) wanted[taker] = key;
+    return wanted;
 }
 
 /// A file that goes when it is not needed any more.
@@ -188,27 +239,32 @@ private:
 
 }  // namespace
 
-Ms MakeContainer(const ContainerRequest& request, const JobContext& job) {
+ContainerMade MakeContainer(const ContainerRequest& request, const JobContext& job) {
     Carrier carrier(request, ProbeRecording(request.recording));
     const Ms duration = carrier.Duration();
-    for (const Ms key : request.keys)
-        if (key < 0 || key >= duration)
-            throw std::invalid_argument(request.recording.string() + ": there is no picture at " + std::to_string(key) +
-                                        " ms");
     if (request.keys.empty()) {
         carrier.Run(request.target, job);
-        return duration;
+        return {duration, {}};
     }
     const Passing carried(request.target.string() + ".carried");
     carrier.Run(carried.File(), {job.stop, [&](double done) { job.Report(done * kCarryShare); }});
-    if (HasKeys(carried.File(), request.keys)) {
+    const std::vector<Ms> there = KeysOf(carried.File());
+    const std::vector<Ms> places = PlacesOf(request.keys, there, request.keysMayMove);
+    if (std::ranges::all_of(places, [&](Ms key) { return std::ranges::binary_search(there, key); })) {
         std::filesystem::rename(carried.File(), request.target);
-        return duration;
+        return {duration, places};
     }
-    MixRequest mix = KeysOnly(carried.File(), request.keys, duration);
+    MixRequest mix = KeysOnly(carried.File(), places, duration);
     mix.target = request.target;
-    SaveMix(mix, {job.stop, [&](double done) { job.Report(kCarryShare + done * (1 - kCarryShare)); }});
-    return duration;
+    try {
+        SaveMix(mix, {job.stop, [&](double done) { job.Report(kCarryShare + done * (1 - kCarryShare)); }});
+    } catch (const MediaError& error) {
+        const std::string text = error.what();
+        const std::string passing = carried.File().string() + ": ";
+        if (!text.starts_with(passing)) throw;
+        throw MediaError(request.recording, text.substr(passing.size()));  // the passing file is nothing to tell of
+    }
+    return {duration, places};
 }
 
 }  // namespace qv

@@ -12,6 +12,8 @@ namespace {
 constexpr int kDiffers = 16;
 /// What a speaker's picture makes at every look, softly as it moves.
 constexpr int kStirs = 6;
+/// From here on neighbouring points show that something is drawn there.
+constexpr int kDrawn = 24;
 
 constexpr Ms kLookEvery = 200;
 constexpr double kForget = 1.0 / 20;  ///< looks back about 20 looks, four seconds
@@ -28,6 +30,15 @@ constexpr Ms kRemembered = 1500;
 constexpr Ms kRenewEvery = 3000;  ///< what changes slower than this, ink for instance, is no new slide
 
 [[nodiscard]] int Distance(std::uint8_t a, std::uint8_t b) { return std::abs(a - b); }
+
+/// The point differs from one beside it, above or below: a stroke or an edge, not empty ground.
+bool IsDrawn(const SmallPicture& picture, std::size_t point) {
+    const std::size_t x = point % kSmallWidth;
+    const std::size_t y = point / kSmallWidth;
+    const auto differs = [&](std::size_t other) { return Distance(picture[point], picture[other]) > kDrawn; };
+    return (x > 0 && differs(point - 1)) || (x + 1 < kSmallWidth && differs(point + 1)) ||
+           (y > 0 && differs(point - kSmallWidth)) || (y + 1 < kSmallHeight && differs(point + kSmallWidth));
+}
 
 }  // namespace
 
@@ -51,6 +62,21 @@ double Restless::Changed(const SmallPicture& a, const SmallPicture& b) const {
         if (Differs(a, b, i)) ++changed;
     }
     return static_cast<double>(changed) / kSmallPoints;
+}
+
+bool Restless::Grows(const SmallPicture& before, const SmallPicture& after, double lost) const {
+    int drawn = 0;
+    int gone = 0;
+    int changed = 0;
+    for (std::size_t i = 0; i < kSmallPoints; ++i) {
+        const bool isDrawn = !masked_[Square(i)] && IsDrawn(before, i);
+        const bool isChanged = Differs(before, after, i);
+        drawn += isDrawn ? 1 : 0;
+        changed += isChanged ? 1 : 0;
+        gone += isDrawn && isChanged ? 1 : 0;
+    }
+    const double most = lost * kSmallPoints;
+    return drawn > most && gone <= most && changed <= kSmallPoints / 2;
 }
 
 void Restless::Compare(const SmallPicture& picture) {
@@ -125,11 +151,13 @@ void SlideWatcher::StartOver() {
     recent_.clear();
     movingSince_.reset();
     changes_.clear();
+    page_.reset();
 }
 
 void SlideWatcher::Renew(Ms time, const SmallPicture& picture) {
     slide_ = next_ = picture;
     renewed_ = time;
+    if (!page_) page_ = picture;
 }
 
 void SlideWatcher::Forget(Ms time) {
@@ -145,7 +173,7 @@ bool SlideWatcher::Settled(Ms time, const SmallPicture& picture) const {
 }
 
 void SlideWatcher::TellIfChanged(const SmallPicture& after) {
-    if (restless_.Changed(slide_, after) <= share_) return;
+    if (restless_.Changed(slide_, after) <= share_ || IsSamePage(after)) return;
     std::vector<std::size_t> points;
     for (std::size_t i = 0; i < kSmallPoints; ++i) {
         if (restless_.Differs(slide_, after, i)) points.push_back(i);
@@ -160,6 +188,13 @@ void SlideWatcher::TellIfChanged(const SmallPicture& after) {
                                          [&](const Seen& seen) { return 2 * gone(seen.picture) < whole; });
     const auto half = lastBefore.base() != recent_.end() ? lastBefore.base() : std::prev(recent_.end());
     changes_.push_back({half->time, slide_, after});
+    page_ = after;
+}
+
+/// Something was added to the slide, or what had been laid over it went away again.
+bool SlideWatcher::IsSamePage(const SmallPicture& after) const {
+    const double lost = share_ / 4;
+    return restless_.Grows(slide_, after, lost) || restless_.Grows(*page_, after, lost);
 }
 
 }  // namespace qv

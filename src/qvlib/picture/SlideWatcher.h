@@ -32,6 +32,9 @@ public:
     [[nodiscard]] bool Differs(const SmallPicture& a, const SmallPicture& b, std::size_t point) const;
     /// The share of points that differ so.
     [[nodiscard]] double Changed(const SmallPicture& a, const SmallPicture& b) const;
+    /// `after` is `before` with something added on empty ground: the next point of a list, a figure. At most `lost` of the
+    /// picture may be gone that was drawn before.
+    [[nodiscard]] bool Grows(const SmallPicture& before, const SmallPicture& after, double lost) const;
 
 private:
     static constexpr int kSide = 5;
@@ -96,12 +99,14 @@ private:
     void Forget(Ms time);
     [[nodiscard]] bool Settled(Ms time, const SmallPicture& picture) const;
     void TellIfChanged(const SmallPicture& after);
+    [[nodiscard]] bool IsSamePage(const SmallPicture& after) const;
 
     double share_;
     Restless restless_;
     std::deque<Seen> recent_;
-    SmallPicture slide_{};  ///< the slide as it was a few seconds ago
-    SmallPicture next_{};   ///< what will be compared with next
+    SmallPicture slide_{};              ///< the slide as it was a few seconds ago
+    SmallPicture next_{};               ///< what will be compared with next
+    std::optional<SmallPicture> page_;  ///< the slide as it came up
     Ms renewed_ = 0;
     std::optional<Ms> movingSince_;
     std::vector<SlideChange> changes_;
