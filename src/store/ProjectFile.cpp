@@ -324,7 +324,7 @@ bool CProjectFile::Load(const path& file) {
     } catch (const std::exception& error) {
         const std::string text =
             GetResString(world_, "frmCommon", "msgQvpNotReadable", "The project document cannot be read.");
-        ShowMessage(world_, text + "\r\n" + file.string() + "\r\n" + error.what(), kLoadTitle);
+        ShowMessage(world_, text + "\r\n" + file.string() + "\r\n" + ErrorText(error), kLoadTitle);
         return false;
     }
     Loading loading(world_, *this, *tree_);
@@ -352,7 +352,7 @@ bool CProjectFile::Write(const path& file, Form form) {
         world_.gStepLabel = "Save FileName";
         return ReplaceDocument(world_, file.empty() ? fileName : file, text);
     } catch (const std::exception& error) {
-        ReportStepError(world_, error.what(), "qvp.Save");
+        ReportStepError(world_, ErrorText(error), "qvp.Save");
         return false;
     }
 }

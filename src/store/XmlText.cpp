@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
+#include <pugixml.hpp>
 #include <stdexcept>
 #include <utility>
 
@@ -16,8 +17,6 @@ namespace mirrane {
 namespace {
 
 using namespace std::string_view_literals;
-
-constexpr std::string_view kSpace = " \t\r\n";
 
 /// A conversion to UTF-8.
 class Converter {
@@ -64,19 +63,14 @@ struct Encoding {
     std::size_t markLength = 0;  ///< of the byte order mark
 };
 
-/// What stands in the quotes of  encoding="..."  in an XML declaration; "" when it has none.
+/// What the XML declaration tells as its encoding, read as the tree reads it; "" when it tells none.
 std::string DeclaredEncoding(std::string_view bytes) {
-    if (!bytes.starts_with("<?xml")) return {};
-    const std::string_view declaration = bytes.substr(0, bytes.find("?>"));
-    const std::size_t word = declaration.find("encoding");
-    if (word == std::string_view::npos) return {};
-    const std::size_t equals = declaration.find_first_not_of(kSpace, word + 8);
-    if (equals == std::string_view::npos || declaration[equals] != '=') return {};
-    const std::size_t open = declaration.find_first_not_of(kSpace, equals + 1);
-    if (open == std::string_view::npos) return {};
-    const std::size_t close = declaration.find(declaration[open], open + 1);
-    if (close == std::string_view::npos) return {};
-    return std::string(declaration.substr(open + 1, close - open - 1));
+    const std::size_t end = bytes.find("?>");
+    if (end == std::string_view::npos) return {};
+    pugi::xml_document head;
+    head.load_buffer(bytes.data(), end + 2, pugi::parse_declaration | pugi::parse_fragment, pugi::encoding_utf8);
+    const pugi::xml_node declaration = head.first_child();
+    return declaration.type() == pugi::node_declaration ? declaration.attribute("encoding").value() : "";
 }
 
 /// The converter's name of a declared encoding.

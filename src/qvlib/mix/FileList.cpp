@@ -1,25 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "mix/Mix.h"
-#include "qvlib/Engine.h"
 
 namespace qv {
-
-std::string JoinFileList(const std::vector<std::filesystem::path>& files) {
-    std::string list;
-    for (const auto& file : files) {
-        if (!list.empty()) list += '?';
-        for (const char letter : file.string()) {
-            if (letter == '?') {
-                list += "%3F";
-            } else if (letter == '%') {
-                list += "%25";
-            } else {
-                list += letter;
-            }
-        }
-    }
-    return list;
-}
 
 std::vector<std::filesystem::path> SplitFileList(const std::string& list) {
     std::vector<std::string> files(1);

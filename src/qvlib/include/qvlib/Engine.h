@@ -5,8 +5,8 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
+#include "qvlib/FileList.h"
 #include "qvlib/IQvLib.h"
 #include "qvlib/IQvMixEdit.h"
 #include "qvlib/IQvRecordings.h"
@@ -31,8 +31,5 @@ struct Engine {
 
 /// The folder for kept peaks that users expect: below $XDG_CACHE_HOME, or ~/.cache; empty when neither is told.
 [[nodiscard]] std::filesystem::path DefaultCacheFolder();
-
-/// Joins paths as qvMixSave takes them.
-[[nodiscard]] std::string JoinFileList(const std::vector<std::filesystem::path>& files);
 
 }  // namespace qv
