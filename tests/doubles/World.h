@@ -12,6 +12,8 @@
 /// A world for tests: the real disk with faults on request, a user who answers from a list, a clock that stands.
 namespace doubles {
 
+using std::filesystem::path;
+
 /// Answers what is queued, else the box's last button; notes all that was shown.
 class User final : public mirrane::IUser {
 public:
@@ -40,33 +42,39 @@ private:
 /// The real disk, whose n-th change fails.
 class FaultyDisk final : public mirrane::IDisk {
 public:
-    void Write(const std::filesystem::path& file, std::string_view bytes) override;
-    void WriteScratch(const std::filesystem::path& file, std::string_view bytes) override;
-    void Copy(const std::filesystem::path& source, const std::filesystem::path& target) override;
-    void Rename(const std::filesystem::path& source, const std::filesystem::path& target) override;
-    void Remove(const std::filesystem::path& entry) override;
-    void MakeFolder(const std::filesystem::path& folder) override;
-    void AddOwnerWrite(const std::filesystem::path& entry) override;
-    [[nodiscard]] std::uint64_t FreeBytes(const std::filesystem::path& path) override;
+    void Write(const path& file, std::string_view bytes) override { Step(file).Write(file, bytes); }
+    void WriteScratch(const path& file, std::string_view bytes) override {
+        mirrane::Disk& disk = Step(file);
+        if (!isDry) disk.WriteScratch(file, bytes);
+    }
+    void Copy(const path& source, const path& target) override { Step(target).Copy(source, target); }
+    void Rename(const path& source, const path& target) override;
+    void Remove(const path& entry) override { Step(entry).Remove(entry); }
+    void MakeFolder(const path& folder) override { Step(folder).MakeFolder(folder); }
+    void AddOwnerWrite(const path& entry) override { Step(entry).AddOwnerWrite(entry); }
+    [[nodiscard]] std::uint64_t FreeBytes(const path& where) override {
+        return freeBytes != 0 ? freeBytes : disk_.FreeBytes(where);
+    }
 
-    int failAt = 0;                ///< counts changes from 1; 0: none fails
-    bool failsFromThenOn = false;  ///< not only that one
-    std::errc reason = std::errc::no_space_on_device;
+    int failAt = 0;                   ///< counts changes from 1; 0: none fails
+    bool failsFromThenOn = false;     ///< not only that one
     bool isDry = false;               ///< WriteScratch only claims to have written
     bool everyRenameCrosses = false;  ///< as between file systems, unless the source's name ends in ".~mv"
     std::uint64_t freeBytes = 0;      ///< 0: what the disk tells
     int changes = 0;                  ///< so far
-    std::vector<std::string> log;     ///< "Rename a.tmp -> a": the changes by file name, the failed ones included
 
 private:
-    void Step(const std::string& what, const std::filesystem::path& culprit);
+    /// Counts a change, which may be the one to fail. @returns the disk that does it
+    mirrane::Disk& Step(const path& culprit);
 
     mirrane::Disk disk_;
 };
 
 class Clock final : public mirrane::IClock {
 public:
-    [[nodiscard]] mirrane::DateTime Now(int secondsAgo = 0) override;
+    [[nodiscard]] mirrane::DateTime Now(int secondsAgo = 0) override {
+        return {now.year, now.month, now.day, now.hour, now.minute, now.second - secondsAgo};
+    }
     [[nodiscard]] std::uint32_t TickMs() override { return ticks; }
 
     mirrane::DateTime now{2024, 3, 5, 13, 4, 5};  ///< secondsAgo is taken off its seconds alone
@@ -75,16 +83,16 @@ public:
 
 class Host final : public mirrane::IHost {
 public:
-    [[nodiscard]] std::filesystem::path ProgramFolder() override { return programFolder; }
+    [[nodiscard]] path ProgramFolder() override { return programFolder; }
     [[nodiscard]] std::optional<std::string> Environment(const std::string& name) override;
 
-    std::filesystem::path programFolder = MIRRANE_SOURCE_DIR "/data";
+    path programFolder = MIRRANE_SOURCE_DIR "/data";
     std::map<std::string, std::string> environment;
 };
 
 /// All of them, with the program's own texts unless told otherwise.
 struct World {
-    explicit World(const std::filesystem::path& resFile = MIRRANE_SOURCE_DIR "/data/res.xml") : texts(resFile) {}
+    explicit World(const path& resFile = MIRRANE_SOURCE_DIR "/data/res.xml") : texts(resFile) {}
 
     User user;
     FaultyDisk disk;

@@ -1,36 +1,55 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <gtest/gtest.h>
 
-#include <fstream>
+#include <numeric>
 #include <random>
 
 #include "mkv/Check.h"
-#include "mkv/Reader.h"
 #include "mkv/Writer.h"
 #include "qvlib/Engine.h"
-#include "sound/Opus.h"
 #include "sound/OpusPackets.h"
 #include "sound/SoundFormat.h"
-#include "support/Containers.h"
+#include "support/SoundFixtures.h"
 
 namespace qv {
 namespace {
 
 using support::Output;
 using support::Quoted;
+using Bytes = std::vector<std::uint8_t>;
 
 bool Passes(void (*check)(const std::filesystem::path&), const std::filesystem::path& file) {
-    try {
-        check(file);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    return support::Complaint([&] { check(file); }).empty();
 }
 
-TEST(Container, OtherToolsReadWhatWasWritten) {
-    const auto file = support::TestFolder() / "media.qv";
-    support::WriteMadeUp(file, {.duration = 12345, .keyEvery = 3000, .camera = true});
+/// A file of made-up picture packets, one every 100 ms and a key every 3 s, and of real silence.
+std::filesystem::path Write(const std::filesystem::path& target, Ms duration = 12000, bool hasCamera = false) {
+    std::mt19937 random(7);
+    MkvWriter writer(
+        target, {.picture = PictureFormat{PictureCodec::Vp8, 320, 180, {}},
+                 .camera = hasCamera ? std::optional(PictureFormat{PictureCodec::Vp8, 160, 120, {}}) : std::nullopt,
+                 .bitrateKbit = 48});
+    const auto write = [&](TrackKind track, Ms time, bool key) {
+        Bytes bytes(40 + random() % 400);
+        for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
+        bytes[0] = static_cast<std::uint8_t>((bytes[0] & ~1U) | (key ? 0U : 1U));  // as VP8 tells a key
+        writer.WritePicture(track, time, key, bytes);
+    };
+    const std::int64_t samples = std::int64_t{duration} * kSamplesPerMs;
+    const auto silence = support::Encode(support::Pcm(static_cast<std::size_t>(samples)), {1, 48});
+    for (std::size_t n = 0; n < silence->packets.size(); ++n) {
+        const auto time = static_cast<Ms>(n) * kPacketMs;
+        const bool isPictureTime = time % 100 == 0 && time < duration;
+        if (isPictureTime) write(TrackKind::Picture, time, time % 3000 == 0);
+        if (isPictureTime && hasCamera) write(TrackKind::Camera, time, time % 2000 == 0);
+        writer.WriteSound(silence->packets[n]);
+    }
+    writer.Finish(samples, duration);
+    return target;
+}
+
+TEST(Container, OtherToolsAndWeReadWhatWasWritten) {
+    const auto folder = support::TestFolder();
+    const auto file = Write(folder / "media.qv", 12345, true);
     const std::string probe = "ffprobe -v error -of csv=p=0 ";
     EXPECT_EQ(Output(probe + "-show_entries format=duration " + Quoted(file)), "12.345000\n");
     EXPECT_EQ(Output(probe + "-show_entries stream=codec_name,width,height,channels " + Quoted(file)),
@@ -39,18 +58,11 @@ TEST(Container, OtherToolsReadWhatWasWritten) {
         Output("mkvinfo -v -v " + Quoted(file) +
                " | grep 'key, track number 1,' | sed 's/.*timestamp 00:00:\\([0-9.]*\\) at.*/\\1/' | tr '\\n' ' '"),
         "00.000000000 03.000000000 06.000000000 09.000000000 12.000000000 ");
-    EXPECT_EQ(Output("ffmpeg -v error -vn -i " + Quoted(file) + " -map 0:a -f f32le - | wc -c"),
-              std::to_string(12345 * 48 * 4) + "\n");
     const std::string info = Output("mkvinfo " + Quoted(file));
     for (const char* line : {"Duration: 00:00:12.345000000", "Name: camera", "Name: QV_DURATION", "String: 12345",
                              "String: 1792", "Codec-inherent delay: 00:00:00.006500000"})
         EXPECT_NE(info.find(line), std::string::npos) << line << "\n" << info;
-}
 
-TEST(Container, FactsAndKeysComeBack) {
-    const auto folder = support::TestFolder();
-    const auto file = folder / "media.qv";
-    support::WriteMadeUp(file, {.duration = 12345, .keyEvery = 3000, .camera = true});
     const Engine engine = MakeEngine({});
     EXPECT_EQ(engine.lib->GetFileFormatVersion(file), 1792);
     EXPECT_EQ(engine.lib->GetLength(file), 12345);
@@ -59,103 +71,70 @@ TEST(Container, FactsAndKeysComeBack) {
     EXPECT_TRUE(engine.lib->qvVideoExists(file));
     engine.lib->ListIndex(folder / "media.key", file);
     EXPECT_EQ(Output("cat " + Quoted(folder / "media.key")), "0\n3000\n6000\n9000\n12000\n");
-    support::WriteMadeUp(folder / "plain.qv", {});
-    EXPECT_FALSE(engine.lib->qvVideoExists(folder / "plain.qv"));
+    EXPECT_FALSE(engine.lib->qvVideoExists(Write(folder / "plain.qv")));
 }
 
 TEST(Container, TheFreeTagIsSetInPlace) {
-    const auto file = support::TestFolder() / "media.qv";
-    support::WriteMadeUp(file, {});
+    const auto file = Write(support::TestFolder() / "media.qv");
     const auto before = support::ReadBytes(file);
     const Engine engine = MakeEngine({});
     EXPECT_EQ(engine.lib->GetFreeTag(file), 0);
     engine.lib->SetFreeTag(file);
     EXPECT_EQ(engine.lib->GetFreeTag(file), 1);
-    EXPECT_EQ(engine.lib->GetLength(file), 12000);
     EXPECT_TRUE(engine.lib->verifyWholeQvFile(file));
     const auto after = support::ReadBytes(file);
     ASSERT_EQ(before.size(), after.size());
-    int changed = 0;
-    for (std::size_t i = 0; i < before.size(); ++i) changed += before[i] != after[i] ? 1 : 0;
-    EXPECT_LE(changed, 5);  // one digit and a checksum
-    EXPECT_GE(changed, 2);
+    const int same = std::inner_product(before.begin(), before.end(), after.begin(), 0, std::plus(), std::equal_to());
+    EXPECT_GE(same, std::ssize(before) - 5) << "one digit and a checksum are others";
 }
 
-TEST(Container, AnyFlippedByteFailsTheWholeCheck) {
-    const auto file = support::TestFolder() / "media.qv";
-    support::WriteMadeUp(file, {.camera = true});
+TEST(Container, AnyFlippedByteFailsTheWholeCheckAndAnyCutBoth) {
+    const auto file = Write(support::TestFolder() / "media.qv", 12000, true);
     ASSERT_TRUE(Passes(CheckWhole, file));
     ASSERT_TRUE(Passes(CheckQuickly, file));
     const auto sound = support::ReadBytes(file);
     std::mt19937 random(1);
-    for (int round = 0; round < 500; ++round) {
+    for (int round = 0; round < 400; ++round) {
         auto bytes = sound;
         // The first bytes are the densest with structure: try each of them.
         const std::size_t at = round < 100 ? static_cast<std::size_t>(round) : random() % bytes.size();
         bytes[at] ^= static_cast<std::uint8_t>(1U << random() % 8);
+        if (round >= 350) bytes.resize(round == 350 ? bytes.size() - 1 : at);
         support::WriteBytes(file, bytes);
         EXPECT_FALSE(Passes(CheckWhole, file)) << "byte " << at << " of " << bytes.size();
-    }
-}
-
-TEST(Container, AFileCutShortFailsBothChecks) {
-    const auto file = support::TestFolder() / "media.qv";
-    support::WriteMadeUp(file, {});
-    const auto sound = support::ReadBytes(file);
-    std::mt19937 random(2);
-    for (int round = 0; round < 52; ++round) {
-        auto bytes = sound;
-        bytes.resize(round == 0 ? 0 : round == 1 ? sound.size() - 1 : random() % sound.size());
-        support::WriteBytes(file, bytes);
-        EXPECT_FALSE(Passes(CheckWhole, file)) << bytes.size();
-        EXPECT_FALSE(Passes(CheckQuickly, file)) << bytes.size();
+        EXPECT_FALSE(round >= 350 && Passes(CheckQuickly, file)) << bytes.size();
     }
 }
 
 /// Checksums are right here, so only what they say can tell that something is wrong.
 TEST(Container, WhatWasWrittenWrongFailsTheWholeCheck) {
     const auto file = support::TestFolder() / "media.qv";
-    const auto write = [&](Ms told, Ms pictureTime, int packets) {
+    const std::tuple<const char*, Ms, Ms, bool> cases[] = {{"right", 1000, 0, true},
+                                                           {"length told", 1001, 0, false},
+                                                           {"no picture at 0", 1000, 10, false},
+                                                           {"picture behind the end", 1000, 1000, false}};
+    for (const auto& [name, told, pictureTime, passes] : cases) {
         MkvWriter writer(file, {.picture = PictureFormat{PictureCodec::Vp8, 32, 32, {}}});
-        const std::vector<std::uint8_t> data(20, 1);
-        writer.WritePicture(TrackKind::Picture, pictureTime, true, data);
-        for (int n = 0; n < packets; ++n) writer.WriteSound(data);
-        writer.Finish(std::int64_t{1000} * kSamplesPerMs, told);
-    };
-    const int packets = static_cast<int>(PacketsFor(std::int64_t{1000} * kSamplesPerMs));
-    write(1000, 0, packets);
-    EXPECT_TRUE(Passes(CheckWhole, file));
-    write(1001, 0, packets);
-    EXPECT_FALSE(Passes(CheckWhole, file)) << "length told";
-    write(1000, 10, packets);
-    EXPECT_FALSE(Passes(CheckWhole, file)) << "no picture at 0";
-    write(1000, 1000, packets);
-    EXPECT_FALSE(Passes(CheckWhole, file)) << "picture behind the end";
+        writer.WritePicture(TrackKind::Picture, pictureTime, true, Bytes(20, 1));
+        for (int n = 0; n < PacketsFor(1000 * kSamplesPerMs); ++n) writer.WriteSound(Bytes(20, 1));
+        writer.Finish(1000 * kSamplesPerMs, told);
+        EXPECT_EQ(Passes(CheckWhole, file), passes) << name;
+    }
 }
 
 TEST(Container, StrangersGetFailureValues) {
     const auto folder = support::TestFolder();
-    std::ofstream(folder / "empty.qv");
     std::ofstream(folder / "text.qv") << "this is no media file\n";
-    support::WriteMadeUp(folder / "cut.qv", {});
-    std::filesystem::resize_file(folder / "cut.qv", 300);
-    auto huge = support::ReadBytes(folder / "cut.qv");
-    huge.resize(60);
-    huge[52] = 0x01;  // the first element of the segment claims terabytes
-    for (int i = 53; i < 60; ++i) huge[static_cast<std::size_t>(i)] = 0x7F;
-    support::WriteBytes(folder / "huge.qv", huge);
+    std::filesystem::resize_file(Write(folder / "cut.qv"), 300);
     std::vector<std::string> reasons;
     const Engine engine = MakeEngine({{}, [&](const std::string& line) { reasons.push_back(line); }});
-    for (const char* name : {"missing.qv", "empty.qv", "text.qv", "cut.qv", "huge.qv", "."}) {
+    for (const char* name : {"missing.qv", "text.qv", "cut.qv", "."}) {
         const auto file = folder / name;
         reasons.clear();
-        EXPECT_EQ(engine.lib->GetLength(file), 0) << name;
-        EXPECT_EQ(engine.lib->GetFileFormatVersion(file), 0) << name;
+        EXPECT_EQ(engine.lib->GetLength(file) + engine.lib->GetFileFormatVersion(file), 0) << name;
         EXPECT_EQ(engine.lib->GetFileHeaderDim(file), PictureDim{}) << name;
-        EXPECT_EQ(engine.lib->GetFreeTag(file), 0) << name;
-        EXPECT_FALSE(engine.lib->qvVideoExists(file)) << name;
-        EXPECT_FALSE(engine.lib->verifyQvFile(file)) << name;
-        EXPECT_FALSE(engine.lib->verifyWholeQvFile(file)) << name;
+        EXPECT_FALSE(engine.lib->qvVideoExists(file) || engine.lib->GetFreeTag(file) != 0) << name;
+        EXPECT_FALSE(engine.lib->verifyQvFile(file) || engine.lib->verifyWholeQvFile(file)) << name;
         EXPECT_EQ(engine.mixEdit->qvaGetDuration(file), 0) << name;
         engine.lib->SetFreeTag(file);
         engine.lib->ListIndex(folder / "media.key", file);
@@ -168,12 +147,10 @@ TEST(Container, StrangersGetFailureValues) {
 TEST(Container, SoundPacketsAreFoundByNumberFromAnyPlace) {
     const auto file = support::TestFolder() / "sound.qva";
     const std::int64_t samples = 30'000 * kSamplesPerMs + 17;
-    {
-        MkvWriter writer(file, {.channels = 2});
-        for (std::int64_t n = 0; n < PacketsFor(samples); ++n)
-            writer.WriteSound(std::vector{static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8)});
-        writer.Finish(samples, 30'000);
-    }
+    MkvWriter writer(file, {.channels = 2});
+    for (std::int64_t n = 0; n < PacketsFor(samples); ++n)
+        writer.WriteSound(Bytes{static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8)});
+    writer.Finish(samples, 30'000);
     EXPECT_TRUE(Passes(CheckWhole, file));
     const auto sound = OpenSound(file);
     EXPECT_EQ(sound->Samples(), samples);

@@ -1,34 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "foreign/ForeignPicture.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <tuple>
-
 #include "av/Av.h"
-#include "foreign/RisingTimes.h"
-#include "support/Containers.h"
 #include "support/Media.h"
 
 namespace qv {
 namespace {
-
-TEST(RisingTimes, EachPictureGetsATimeOfItsOwn) {
-    const std::tuple<const char*, std::vector<std::int64_t>, std::vector<Ms>> cases[] = {
-        {"as they are", {0, 33, 67}, {0, 33, 67}},
-        {"first late", {700, 733}, {0, 733}},
-        {"before zero", {-20, -10, 0, 30}, {0, 1, 2, 30}},
-        {"together", {0, 17, 17, 18}, {0, 17, 18, 19}},
-        {"reordered", {0, 133, 67, 33, 100}, {0, 133, 67, 33, 100}},
-    };
-    for (const auto& [name, in, wanted] : cases) {
-        RisingTimes times;
-        std::vector<Ms> out;
-        for (const std::int64_t time : in) out.push_back(times.Next(time));
-        EXPECT_EQ(out, wanted) << name;
-    }
-}
 
 struct Shown {
     Ms time = 0;
@@ -44,29 +21,20 @@ struct Track {
     int damaged = 0;
 };
 
-void Receive(PictureDecoder& decoder, std::vector<Shown>& shown) {
-    while (const auto picture = decoder.Receive()) shown.push_back({picture->time, support::NumberOn(*picture)});
-}
-
 void ReadCarried(ForeignPicture& reader, Track& track) {
-    PictureDecoder decoder(track.format, 1);
-    while (const auto packet = reader.ReadPacket()) {
-        decoder.Send(packet->time, packet->key, packet->data);
-        Receive(decoder, track.shown);
-        EXPECT_EQ(packet->key, StartsDecoding(track.format, packet->data)) << packet->time;
-        if (!packet->key) continue;
-        track.keys.push_back(packet->time);
-        PictureDecoder alone(track.format, 1);
-        std::vector<Shown> one;
-        alone.Send(packet->time, true, packet->data);
-        alone.SendEnd();
-        Receive(alone, one);
-        EXPECT_EQ(alone.Damaged(), 0);
-        EXPECT_EQ(one.size(), 1U) << "the key at " << packet->time << " decodes alone";
+    std::vector<PicturePacket> packets;
+    while (auto packet = reader.ReadPacket()) packets.push_back(std::move(*packet));
+    for (const PicturePacket& packet : packets) {
+        EXPECT_EQ(packet.key, StartsDecoding(track.format, packet.data)) << packet.time;
+        if (!packet.key) continue;
+        track.keys.push_back(packet.time);
+        const auto alone = support::DecodePackets(track.format, {packet});
+        EXPECT_EQ(alone.damaged, 0);
+        EXPECT_EQ(alone.pictures.size(), 1U) << "the key at " << packet.time << " decodes alone";
     }
-    decoder.SendEnd();
-    Receive(decoder, track.shown);
-    EXPECT_EQ(decoder.Damaged(), 0);
+    const auto all = support::DecodePackets(track.format, packets);
+    EXPECT_EQ(all.damaged, 0);
+    for (const Picture& picture : all.pictures) track.shown.push_back({picture.time, support::NumberOn(picture)});
 }
 
 Track Read(const std::filesystem::path& file, PictureTrack which = PictureTrack::Picture) {
@@ -85,9 +53,9 @@ Track Read(const std::filesystem::path& file, PictureTrack which = PictureTrack:
     EXPECT_FALSE(reader.ReadPacket());
     track.damaged = reader.Damaged();
     EXPECT_FALSE(track.shown.empty());
-    EXPECT_TRUE(std::is_sorted(track.shown.begin(), track.shown.end(), [](const Shown& a, const Shown& b) {
-        return a.time <= b.time;
-    })) << "each picture has a time of its own";
+    const auto falls = [](const Shown& a, const Shown& b) { return a.time >= b.time; };
+    EXPECT_EQ(std::adjacent_find(track.shown.begin(), track.shown.end(), falls), track.shown.end())
+        << "each picture has a time of its own";
     return track;
 }
 
@@ -106,14 +74,9 @@ const std::string kX264 = "-c:v libx264 -crf 8 -g 15 -keyint_min 15 -sc_threshol
 const std::string kVp9 = "-c:v libvpx-vp9 -crf 10 -b:v 0 -g 15 -keyint_min 15 -lag-in-frames ";
 
 TEST(ForeignPicture, EveryPictureAtItsTimeFromEveryContainer) {
-    struct Case {
-        const char* file;
-        std::string args;
-        std::optional<PictureCodec> carried;
-        std::vector<Ms> keys;  ///< of a carried track
-    };
     const std::vector<Ms> regular{0, 500};
-    const Case cases[] = {
+    // How the track is carried, and its keys then.
+    const std::tuple<const char*, std::string, std::optional<PictureCodec>, std::vector<Ms>> cases[] = {
         {"a.mp4", kX264, PictureCodec::H264, regular},
         {"fragments.mov", kX264 + "-movflags frag_keyframe+empty_moov", PictureCodec::H264, regular},
         {"open.mp4", kX264 + "-x264-params open-gop=1", PictureCodec::H264, {0}},
@@ -133,12 +96,12 @@ TEST(ForeignPicture, EveryPictureAtItsTimeFromEveryContainer) {
         {"animation.mov", "-vf format=rgb24 -c:v qtrle", {}, {}},
     };
     const auto folder = support::TestFolder();
-    for (const Case& now : cases) {
-        SCOPED_TRACE(now.file);
-        const Track track = Read(support::MakeMedia(folder, now.file, support::NumberedPictures(30) + now.args));
-        EXPECT_EQ(track.carried, now.carried.has_value());
-        EXPECT_EQ(track.format.codec, now.carried.value_or(PictureCodec::Vp9));
-        EXPECT_EQ(track.keys, now.keys);
+    for (const auto& [name, args, carried, keys] : cases) {
+        SCOPED_TRACE(name);
+        const Track track = Read(support::MakeMedia(folder, name, support::NumberedPictures(30) + args));
+        EXPECT_EQ(track.carried, carried.has_value());
+        EXPECT_EQ(track.format.codec, carried.value_or(PictureCodec::Vp9));
+        EXPECT_EQ(track.keys, keys);
         EXPECT_EQ(track.damaged, 0);
         ExpectNumbered(track, 30);
     }
@@ -151,17 +114,6 @@ TEST(ForeignPicture, CutStreamsStartWhereTheyCanBeDecoded) {
     EXPECT_TRUE(hidden.carried);
     EXPECT_EQ(hidden.keys, (std::vector<Ms>{0, 200, 700})) << "a group that begins with hidden pictures is made anew";
     ExpectNumbered(hidden, 36, 9);
-
-    const std::string filled = "-x264-params nal-hrd=cbr:filler=1 -b:v 300k -maxrate 300k -bufsize 100k";
-    const auto file = support::MakeMedia(folder, "a.ts", support::NumberedPictures(45) + kX264 + filled);
-    auto bytes = support::ReadBytes(file);
-    bytes.erase(bytes.begin(), bytes.begin() + 188 * 60);
-    support::WriteBytes(file, bytes);
-    const Track track = Read(file);
-    EXPECT_EQ(track.keys.front(), 0);
-    EXPECT_EQ(track.shown.front().time, 0);
-    EXPECT_EQ(track.shown.front().number % kKeyEvery, 0);
-    EXPECT_EQ(track.shown.back().number, 44);
 }
 
 TEST(ForeignPicture, KeysBringTheParameterSetsThatTheStreamChangedTo) {
@@ -179,40 +131,6 @@ TEST(ForeignPicture, KeysBringTheParameterSetsThatTheStreamChangedTo) {
         const Track track = Read(support::MakeMedia(folder, name, raw));  // Read decodes every key alone
         EXPECT_EQ(track.keys.size(), 3U);
         ExpectNumbered(track, 30, 0, 10);
-    }
-}
-
-TEST(ForeignPicture, LateShiftedAndUnevenTimesStayInStep) {
-    struct Case {
-        const char* file;
-        std::string args;
-        std::vector<std::pair<std::size_t, Ms>> times;  ///< of some pictures, by their number
-        int slack;
-    };
-    const std::string sound = "-f lavfi -i sine=d=2:r=48000 ";
-    const std::string pictures = support::NumberedPictures(30);
-    const std::string uneven = pictures + kX264 +
-                               "-vsync vfr -enc_time_base 1:1000 -filter:v \"settb=1/1000,"
-                               "setpts='if(lt(N,5),N*1000/30,if(lt(N,6),4000,4000+(N-5)*1000/60))'\"";
-    const Case cases[] = {
-        // The first picture fills the time before it.
-        {"late.mov",
-         sound + "-itsoffset 0.7 " + pictures + kX264 + "-c:a pcm_s16le -vsync passthrough",
-         {{0, 0}, {1, 733}, {29, 1667}},
-         0},
-        // In step but for the sound codec's delay.
-        {"shifted.ts",
-         pictures + sound + kX264 + "-c:a mp2 -output_ts_offset 100 -muxdelay 0",
-         {{0, 0}, {29, 967}},
-         21},
-        {"uneven.mkv", uneven, {{0, 0}, {4, 133}, {5, 4000}, {6, 4017}, {29, 4400}}, 1},
-        {"uneven.mp4", uneven, {{0, 0}, {4, 133}, {5, 4000}, {6, 4017}, {29, 4400}}, 1},
-    };
-    const auto folder = support::TestFolder();
-    for (const Case& now : cases) {
-        const Track track = Read(support::MakeMedia(folder, now.file, now.args));
-        ASSERT_EQ(track.shown.size(), 30U) << now.file;
-        for (const auto& [number, time] : now.times) EXPECT_NEAR(track.shown[number].time, time, now.slack) << now.file;
     }
 }
 
@@ -239,31 +157,6 @@ TEST(ForeignPicture, SizesAndTracks) {
     const auto art = support::MakeMedia(folder, "song.m4a", song + "-disposition:v attached_pic");
     EXPECT_THROW(ForeignPicture{art}, MediaError) << "cover art is no picture track";
     EXPECT_THROW(ForeignPicture(art, PictureTrack::Camera), MediaError);
-}
-
-TEST(ForeignPicture, ColoursOfRgbSurviveTheWayToVp9) {
-    const std::string red = "-f lavfi -i color=red:s=1280x720:r=5:d=0.4 -vf format=rgb24 -c:v qtrle";
-    ForeignPicture reader(support::MakeMedia(support::TestFolder(), "red.mov", red));
-    const auto picture = reader.ReadPicture();
-    ASSERT_TRUE(picture);
-    EXPECT_EQ(picture->frame->colorspace, AVCOL_SPC_BT709);
-    EXPECT_EQ(picture->frame->color_range, AVCOL_RANGE_MPEG);
-    const int yuv[] = {63, 102, 240};
-    for (int plane = 0; plane < 3; ++plane) EXPECT_NEAR(picture->frame->data[plane][0], yuv[plane], 1);
-}
-
-TEST(ForeignPicture, DamageIsCountedAndReadingGoesOn) {
-    const auto folder = support::TestFolder();
-    for (const char* name : {"a.mp4", "a.mkv", "a.wmv"}) {
-        const auto file = support::MakeMedia(folder, name, "-f lavfi -i testsrc2=s=320x240:r=30:d=2 -g 15");
-        support::Damage(file, 20000);
-        ForeignPicture reader(file);
-        Ms last = 0;
-        while (const auto packet = reader.ReadPacket()) last = std::max(last, packet->time);
-        while (const auto picture = reader.ReadPicture()) last = picture->time;
-        EXPECT_GT(last, 1900) << name;
-        EXPECT_TRUE(reader.Damaged() > 0 || file.extension() != ".mp4") << name;
-    }
 }
 
 }  // namespace

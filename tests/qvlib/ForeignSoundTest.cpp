@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "foreign/ForeignSound.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <tuple>
 
 #include "MediaError.h"
 #include "sound/SoundFormat.h"
-#include "support/Containers.h"
 #include "support/Media.h"
 
 namespace qv {
@@ -23,12 +19,11 @@ struct Heard {
     [[nodiscard]] float At(std::int64_t sample, int channel = 0) const {
         return values.at(static_cast<std::size_t>(sample * channels + channel));
     }
-    /// The loudest sample in [from, to).
-    [[nodiscard]] std::int64_t Peak(std::int64_t from, std::int64_t to) const {
+    /// The loudest sample from this one on.
+    [[nodiscard]] std::int64_t Peak(std::int64_t from = 0) const {
         std::int64_t peak = from;
-        for (std::int64_t i = from; i < to; ++i) {
+        for (std::int64_t i = from; i < Samples(); ++i)
             if (std::abs(At(i)) > std::abs(At(peak))) peak = i;
-        }
         return peak;
     }
 };
@@ -38,9 +33,8 @@ Heard Hear(const std::filesystem::path& file, int channels = 0, LateStart late =
     Heard heard;
     heard.channels = sound.Channels();
     std::vector<float> buffer(3000);  // no multiple of any codec's frame
-    while (const std::size_t got = sound.Read(buffer)) {
+    while (const std::size_t got = sound.Read(buffer))
         heard.values.insert(heard.values.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(got));
-    }
     heard.damaged = sound.Damaged();
     return heard;
 }
@@ -53,6 +47,8 @@ std::string Click(double atSeconds, int rate = 48000, double length = 2.5) {
 }
 
 TEST(ForeignSound, LengthAndPlaceAreExactInEveryFormat) {
+    // An AVI or MPEG file does not tell the delay of its codec (1105 and 481 samples); Windows Media, AVI, MPEG and
+    // Vorbis in Matroska end on the codec's frame.
     struct Case {
         const char* file;
         const char* args;
@@ -61,24 +57,19 @@ TEST(ForeignSound, LengthAndPlaceAreExactInEveryFormat) {
         std::int64_t samples = 120000;  ///< of 2.5 s; what the format itself adds included
         std::int64_t click = 48000;     ///< where the click of 1.0 s is found
     };
-    // An AVI or MPEG file does not tell the delay of its codec (1105 and 481 samples); Windows Media, AVI, MPEG and
-    // Vorbis in Matroska end on the codec's frame.
     const Case cases[] = {
         {"u8.wav", "-c:a pcm_u8", 48000, 0.8},
-        {"f32.wav", "-c:a pcm_f32le", 48000, 0.8},
         {"phone.wav", "", 8000, 0},
         {"cd.flac", "", 44100, 0},
         {"flac.mkv", "-c:a flac", 48000, 0.8},
         {"alac.m4a", "-c:a alac", 48000, 0.8},
         {"a.mp3", "", 48000, 0},
-        {"cd.mp3", "", 44100, 0},
         {"a.m4a", "", 48000, 0},
         {"a.ogg", "", 48000, 0},
         {"a.opus", "", 48000, 0},
         {"a.webm", "", 48000, 0},
         {"vorbis.mkv", "-c:a libvorbis", 48000, 0, 120384},
         {"a.wma", "", 48000, 0, 59 * 2048},
-        {"v1.asf", "-c:a wmav1", 48000, 0, 59 * 2048},
         {"a.avi", "-c:a libmp3lame", 48000, 0, 106 * 1152, 49105},
         {"a.mpg", "", 48000, 0, 105 * 1152, 48481},
         {"misnamed.wav", "-f mp3", 48000, 0},
@@ -88,7 +79,7 @@ TEST(ForeignSound, LengthAndPlaceAreExactInEveryFormat) {
         const Heard heard = Hear(support::MakeMedia(folder, now.file, Click(1.0, now.rate) + now.args));
         EXPECT_EQ(heard.channels, 1) << now.file;
         EXPECT_EQ(heard.Samples(), now.samples) << now.file;
-        EXPECT_EQ(heard.Peak(0, heard.Samples()), now.click) << now.file;
+        EXPECT_EQ(heard.Peak(), now.click) << now.file;
         EXPECT_EQ(heard.damaged, 0) << now.file;
         EXPECT_TRUE(now.level == 0 || std::abs(heard.At(now.click) - now.level) < 0.005) << now.file;
     }
@@ -112,18 +103,6 @@ TEST(ForeignSound, ChannelsAreBroughtToTheNumberAskedFor) {
     }
 }
 
-TEST(ForeignSound, ResamplingKeepsASineCleanAndInPlace) {
-    const auto file = support::MakeMedia(support::TestFolder(), "sine.wav",
-                                         "-f lavfi -i \"aevalsrc='0.5*sin(2*PI*5000*t)':s=44100:d=1\" -c:a pcm_f32le");
-    const Heard heard = Hear(file);
-    double error = 0;
-    for (std::int64_t i = 4800; i < 43200; ++i) {
-        const double wanted = 0.5 * std::sin(2 * M_PI * 5000 * static_cast<double>(i) / kSampleRate);
-        error = std::max(error, std::abs(heard.At(i) - wanted));
-    }
-    EXPECT_LT(20 * std::log10(error / 0.5), -80) << "dB below the sine";
-}
-
 TEST(ForeignSound, LateSoundHolesAndOverlapsKeepTheirTimes) {
     const std::string late =
         support::NumberedPictures(90) + "-itsoffset 0.7 " + Click(1.0) + "-c:v libx264 -c:a pcm_s16le";
@@ -142,40 +121,14 @@ TEST(ForeignSound, LateSoundHolesAndOverlapsKeepTheirTimes) {
     for (const auto& [name, args, start, samples, click] : cases) {
         const Heard heard = Hear(support::MakeMedia(folder, name, args), 0, start);
         EXPECT_EQ(heard.Samples(), samples) << name;
-        EXPECT_EQ(heard.Peak(0, heard.Samples()), click) << name;
-    }
-}
-
-TEST(ForeignSound, DamageIsCountedAndMovesNothing) {
-    const auto folder = support::TestFolder();
-    for (const char* name : {"a.flac", "a.ogg", "a.m4a", "a.webm"}) {
-        const auto file = support::MakeMedia(
-            folder, name,
-            "-f lavfi -i \"aevalsrc='0.1*sin(2*PI*(200+300*t)*t)+0.6*eq(n,336000)':s=48000:d=8\" -b:a 128k");
-        support::Damage(file, 3000);
-        const Heard heard = Hear(file);
-        EXPECT_NEAR(static_cast<double>(heard.Samples()), 384000, 48) << name;
-        EXPECT_NEAR(static_cast<double>(heard.Peak(300000, heard.Samples())), 336000, 96) << name;
-        // The others have checksums: damage does not get as far as the codec.
-        EXPECT_TRUE(heard.damaged > 0 || file.extension() != ".m4a") << name;
-    }
-}
-
-TEST(ForeignSound, FileCutShortIsHeardAsFarAsItGoes) {
-    const auto folder = support::TestFolder();
-    for (const char* name : {"a.wav", "a.mp3", "a.ogg", "a.flac", "a.mkv", "a.wma"}) {
-        const auto file = support::MakeMedia(folder, name, "-f lavfi -i sine=d=4:r=48000");
-        std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2);
-        const std::int64_t heard = Hear(file).Samples();
-        EXPECT_GT(heard, 40000) << name;
-        EXPECT_LT(heard, 120000) << name;
+        EXPECT_EQ(heard.Peak(), click) << name;
     }
 }
 
 TEST(ForeignSound, WhatIsNoSoundIsRefusedInPlainWords) {
     const auto folder = support::TestFolder();
     const auto write = [&](const char* name, const std::string& text) {
-        support::WriteBytes(folder / name, {text.begin(), text.end()});
+        std::ofstream(folder / name) << text;
         return folder / name;
     };
     support::MakeMedia(folder, "good.wav", Click(0.1));
@@ -185,9 +138,9 @@ TEST(ForeignSound, WhatIsNoSoundIsRefusedInPlainWords) {
         {folder, "is a folder"},
         {write("empty.wav", ""), "the file is empty"},
         {write("text.wav", "Good morning, and welcome to the seventh lecture.\n"), "not a media file"},
-        {write("unfinished.mp4", std::string("\0\0\0\x10"
-                                             "ftypisom\0\0\2\0",
-                                             16)),
+        {write("unfinished.mp4", {"\0\0\0\x10"
+                                  "ftypisom\0\0\2\0",
+                                  16}),
          "is incomplete: it was cut off, or its recording never finished"},
         {write("list.m3u8", list), "not a media file"},
         {write("list.ffconcat", "ffconcat version 1.0\nfile good.wav\n"), "not a media file"},
@@ -196,12 +149,8 @@ TEST(ForeignSound, WhatIsNoSoundIsRefusedInPlainWords) {
          "has no sound that can be decoded"},
     };
     for (const auto& [file, words] : cases) {
-        try {
-            ForeignSound(file, 0, LateStart::Drop);
-            ADD_FAILURE() << file << " is taken";
-        } catch (const MediaError& error) {
-            EXPECT_EQ(error.what(), file.string() + ": " + words);
-        }
+        EXPECT_EQ(support::Complaint([&, &path = file] { ForeignSound(path, 0, LateStart::Drop); }),
+                  file.string() + ": " + words);
     }
 }
 

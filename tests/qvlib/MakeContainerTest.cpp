@@ -1,13 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <fstream>
 
 #include "mkv/Check.h"
-#include "qvlib/Engine.h"
-#include "support/Containers.h"
 #include "support/Decoded.h"
 #include "support/Media.h"
 
@@ -25,17 +20,7 @@ std::string Tone(const std::string& lengthAndRate = "d=3:s=48000") {
 const std::string kX264 = "-c:v libx264 -preset veryfast -bf 3 -g 25 -keyint_min 25 -sc_threshold 0 ";
 const std::string kVp8 = "-c:v libvpx -deadline realtime -cpu-used 8 ";
 
-class MakeContainer : public testing::Test {
-protected:
-    std::vector<Ms> KeysOf(const std::filesystem::path& file) {
-        engine_.lib->ListIndex(folder_ / "keys", file);
-        std::ifstream list(folder_ / "keys");
-        return {std::istream_iterator<Ms>(list), {}};
-    }
-
-    std::filesystem::path folder_ = support::TestFolder();
-    Engine engine_ = MakeEngine({});
-};
+using MakeContainer = support::EngineTest;
 
 TEST_F(MakeContainer, LengthAndStepAreRightWhateverTheRecordingIs) {
     struct Case {
@@ -62,6 +47,7 @@ TEST_F(MakeContainer, LengthAndStepAreRightWhateverTheRecordingIs) {
         {"cd.mkv", Flash("s=1366x768:r=60") + Tone("d=3:s=44100:c=stereo") + kX264 + "-c:a flac", 3000},
         {"shifted.mp4", both + kX264 + "-output_ts_offset 37.5", 3022},
         {"shifted.mkv", both + kX264 + "-output_ts_offset 37.5", 3000, 40},
+        {"late.mov", Tone() + "-itsoffset 0.72 " + Flash() + kX264 + "-vsync passthrough", 3720, 0, -720},
         {"short.mp4", Flash() + Tone("d=1.5:s=48000") + kX264, 3000},
         {"long.wmv", Flash() + Tone("d=5:s=48000"), 5000, 60},
         {"broken off.mkv", copy, 1900, 300, 0, 80},

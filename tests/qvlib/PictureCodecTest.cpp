@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "picture/PictureCodec.h"
 
-#include <gtest/gtest.h>
-
 #include <bitset>
 
 #include "av/Av.h"
 #include "av/Bitstream.h"
 #include "foreign/ForeignPicture.h"
-#include "support/Containers.h"
 #include "support/Decoded.h"
 #include "support/Media.h"
 
@@ -23,44 +20,18 @@ PictureFormat FormatOf(PictureCodec codec, int width = 64, int height = 48) {
     return {codec, width, height, ForeignPicture(file).Format().codecPrivate};
 }
 
-void Take(PictureEncoder& encoder, std::vector<PicturePacket>& packets) {
-    while (auto packet = encoder.Receive()) packets.push_back(std::move(*packet));
-}
-
 /// Encodes the pictures at 0, 40, 80 ... ms with keys forced at these numbers.
 std::vector<PicturePacket> Encode(const PictureFormat& like, const std::vector<Picture>& pictures,
                                   const std::vector<int>& keys) {
     PictureEncoder encoder(like, pictures.front());
     std::vector<PicturePacket> packets;
-    for (int i = 0; i < static_cast<int>(pictures.size()); ++i) {
+    for (int i = 0; i <= static_cast<int>(pictures.size()); ++i) {
         const bool key = std::find(keys.begin(), keys.end(), i) != keys.end();
-        encoder.Send(pictures[static_cast<std::size_t>(i)], 40 * i, key);
-        Take(encoder, packets);
+        if (i == std::ssize(pictures)) encoder.SendEnd();
+        if (i < std::ssize(pictures)) encoder.Send(pictures[static_cast<std::size_t>(i)], 40 * i, key);
+        while (auto packet = encoder.Receive()) packets.push_back(std::move(*packet));
     }
-    encoder.SendEnd();
-    Take(encoder, packets);
     return packets;
-}
-
-struct DecodedAll {
-    std::vector<Picture> pictures;
-    int damaged = 0;
-};
-
-DecodedAll Decode(const PictureFormat& format, const std::vector<PicturePacket>& packets) {
-    PictureDecoder decoder(format, 1);
-    DecodedAll all;
-    const auto take = [&] {
-        while (auto picture = decoder.Receive()) all.pictures.push_back(*picture);
-    };
-    for (const PicturePacket& packet : packets) {
-        decoder.Send(packet.time, packet.key, packet.data);
-        take();
-    }
-    decoder.SendEnd();
-    take();
-    all.damaged = decoder.Damaged();
-    return all;
 }
 
 std::string Times(const std::vector<PicturePacket>& packets) {
@@ -70,14 +41,13 @@ std::string Times(const std::vector<PicturePacket>& packets) {
 }
 
 TEST(PictureCodec, PieceStaysAbove40DbWithKeysWhereAskedAndColoursCarried) {
-    struct Case {
+    const struct {
         const char* name;
         PictureCodec codec;
         AVPixelFormat format;
         int width;
         int height;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"VP8, odd size", PictureCodec::Vp8, AV_PIX_FMT_YUV420P, 341, 191},
         {"VP9, odd size", PictureCodec::Vp9, AV_PIX_FMT_YUV420P, 341, 191},
         {"VP9, full range", PictureCodec::Vp9, AV_PIX_FMT_YUVJ420P, 320, 180},
@@ -90,7 +60,7 @@ TEST(PictureCodec, PieceStaysAbove40DbWithKeysWhereAskedAndColoursCarried) {
         {"H.264, every colour", PictureCodec::H264, AV_PIX_FMT_YUV444P, 321, 181},
         {"H.264, ten bits", PictureCodec::H264, AV_PIX_FMT_YUV420P10, 320, 180},
     };
-    for (const Case& now : cases) {
+    for (const auto& now : cases) {
         SCOPED_TRACE(now.name);
         const PictureFormat like = FormatOf(now.codec, now.width, now.height);
         std::vector<Picture> sent;
@@ -113,8 +83,8 @@ TEST(PictureCodec, PieceStaysAbove40DbWithKeysWhereAskedAndColoursCarried) {
             const bool isSet = NalTypeOf(nal) == kNalSps || NalTypeOf(nal) == kNalPps;
             EXPECT_TRUE(!isSet || ParameterSetId(nal) == 1U) << "an id that the track does not use";
         }
-        const DecodedAll all = Decode(like, packets);
-        const DecodedAll alone = Decode(like, {packets[5]});
+        const auto all = support::DecodePackets(like, packets);
+        const auto alone = support::DecodePackets(like, {packets[5]});
         EXPECT_EQ(all.damaged, 0);
         ASSERT_EQ(all.pictures.size(), sent.size());
         ASSERT_EQ(alone.pictures.size(), 1U);
@@ -147,9 +117,8 @@ Bytes WithoutVui(const Bytes& sps) {
     at += 3;       // frames only, inference, no cropping
     bits = bits.substr(0, at) + "010000000";
     Bytes out;
-    for (std::size_t i = 0; i + 8 <= bits.size(); i += 8) {
+    for (std::size_t i = 0; i + 8 <= bits.size(); i += 8)
         out.push_back(static_cast<std::uint8_t>(std::bitset<8>(bits, i, 8).to_ulong()));
-    }
     return out;
 }
 
@@ -162,45 +131,9 @@ TEST(PictureCodec, PicturesOfAStreamThatDoesNotTellItsReorderingAllComeInOrder) 
     format.codecPrivate = MakeAvcC(sets);
     std::vector<PicturePacket> packets;
     while (auto packet = track.ReadPacket()) packets.push_back(std::move(*packet));
-    const DecodedAll all = Decode(format, packets);
+    const auto all = support::DecodePackets(format, packets);
     ASSERT_EQ(all.pictures.size(), 40U);
     for (std::size_t i = 0; i < 40; ++i) EXPECT_EQ(support::NumberOn(all.pictures[i]), static_cast<int>(i));
-}
-
-TEST(PictureCodec, DecoderCountsDamageAndGoesOnAtTheNextKey) {
-    for (const auto codec : {PictureCodec::Vp8, PictureCodec::Vp9, PictureCodec::Av1, PictureCodec::H264}) {
-        SCOPED_TRACE(CodecIdOf(codec));
-        EXPECT_EQ(PictureCodecOf(CodecIdOf(codec)), codec);
-        const PictureFormat like = FormatOf(codec);
-        auto packets = Encode(like, std::vector<Picture>(6, support::DrawSlide(64, 48, AV_PIX_FMT_YUV420P, 0)), {3});
-        packets[1].data.assign(100, 0xff);
-        packets[2].data.clear();
-        PictureDecoder decoder(like, 1);
-        const auto decode = [&](std::size_t from) {
-            Ms last = -1;
-            for (std::size_t i = from; i < packets.size(); ++i) {
-                decoder.Send(packets[i].time, packets[i].key, packets[i].data);
-                while (const auto picture = decoder.Receive()) last = picture->time;
-            }
-            decoder.SendEnd();
-            while (const auto picture = decoder.Receive()) last = picture->time;
-            return last;
-        };
-        EXPECT_EQ(decode(0), 200);
-        EXPECT_GE(decoder.Damaged(), 2);
-        decoder.Reset();
-        EXPECT_EQ(decode(3), 200) << "after the end, too";
-    }
-}
-
-TEST(PictureCodec, PicturesOfAnotherSizeAreFittedIn) {
-    const PictureFormat like = FormatOf(PictureCodec::Vp9);
-    const Picture other = support::DrawSlide(130, 70, AV_PIX_FMT_YUV444P, 0);
-    const auto all =
-        Decode(like, Encode(like, {support::DrawSlide(64, 48, AV_PIX_FMT_YUV420P, 0), other}, {})).pictures;
-    ASSERT_EQ(all.size(), 2U);
-    EXPECT_EQ(all[1].frame->width, 64);
-    EXPECT_EQ(all[1].frame->height, 48);
 }
 
 }  // namespace

@@ -1,16 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "picture/SlideChanges.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <random>
 #include <sstream>
-#include <tuple>
 
-#include "picture/SlideWatcher.h"
-#include "support/Containers.h"
 #include "support/Media.h"
 
 namespace qv {
@@ -43,13 +36,15 @@ public:
         };
         lines_ += Join("Dialogue: ", time(from), ',', time(to), ",D,{\\an7", tags, '}', text, '\n');
     }
-    void PutTitle(Ms from, Ms to, int fade, const std::string& text) {
-        Put(from, to, Join("\\pos(24,14)\\fs30\\fad(", fade, ",0)"), text);
+    /// A title and points below it, each of which comes up `delay` ms behind the one before.
+    void PutSlide(Ms from, Ms to, const std::string& title, const std::vector<std::string>& points, int fade = 0,
+                  Ms delay = 0) {
+        const std::string fading = Join("\\fad(", fade, ",0)");
+        Put(from, to, "\\pos(24,14)\\fs30" + fading, title);
+        for (std::size_t i = 0; i < points.size() && from < to; ++i, from += delay)
+            Put(from, to, Join("\\pos(44,", 74 + 48 * i, ")\\fs24", fading), "• " + points[i]);
     }
-    void PutPoint(Ms from, Ms to, int fade, std::size_t line, const std::string& text) {
-        Put(from, to, Join("\\pos(44,", 74 + 48 * line, ")\\fs24\\fad(", fade, ",0)"), "• " + text);
-    }
-    /// It rests, moves, circles something or is gone.
+    /// It rests, moves or is gone.
     void PutPointer(Ms length);
 
     [[nodiscard]] std::string Text() const {
@@ -65,24 +60,15 @@ private:
 };
 
 void Script::PutPointer(Ms length) {
-    int x = 300;
-    int y = 200;
-    const auto put = [&](Ms from, Ms to, const std::string& place) {
-        Put(from, to, place + "\\1c&H0&\\bord1\\p1", "m 0 0 l 0 17 4 13 7 19 10 18 7 12 12 12");
-    };
+    std::string here = "300,200";
     for (Ms time = 0; time < length;) {
         const Ms end = time + Pick(3, 20) * 100;
         const int deed = Pick(0, 7);
-        const std::string here = Join(x, ',', y);
-        if (deed < 3) {
-            std::tie(x, y) = std::pair{Pick(20, 620), Pick(60, 340)};
-            put(time, end, Join("\\move(", here, ',', x, ',', y, ')'));
-        } else if (deed < 5) {
-            put(time, end, Join("\\pos(", here, ')'));
-        } else if (deed < 7) {
-            for (Ms t = time; t < end; t += 100)
-                put(t, t + 100, Join("\\pos(", x + 40 * std::cos(t * 0.008), ',', y + 20 * std::sin(t * 0.008), ')'));
-        }
+        const std::string there = deed < 5 ? Join(Pick(20, 620), ',', Pick(60, 340)) : here;
+        if (deed < 7)
+            Put(time, end, Join("\\move(", here, ',', there, ")\\1c&H0&\\bord1\\p1"),
+                "m 0 0 l 0 17 4 13 7 19 10 18 7 12 12 12");
+        here = there;
         time = end;
     }
 }
@@ -116,12 +102,9 @@ Lecture Talk(unsigned seed) {
         } else {
             for (const std::size_t i : {0, 1}) points[i] = script.Words(script.Pick(3, 6));
         }
-        script.PutTitle(start, end, fade, title);
+        if (slide == kScroll) points.clear();
+        script.PutSlide(start, end, title, points, fade, slide % 6 == 5 ? 700 : 0);
         script.Put(start, end, "\\pos(300,340)", std::to_string(slide + 1));
-        for (std::size_t i = 0; i < points.size() && slide != kScroll; ++i) {
-            const Ms from = start + (slide % 6 == 5 ? static_cast<Ms>(i) * 700 : 0);
-            if (from < end) script.PutPoint(from, end, fade, i, points[i]);
-        }
         for (int y = 70; y < 340 && slide == kScroll; y += 22)
             script.Put(start, end, Join("\\fs18\\clip(0,60,640,335)\\move(40,", y, ",40,", y - 150, ",2500,4500)"),
                        script.Words(6));
@@ -135,14 +118,11 @@ Lecture Talk(unsigned seed) {
 
 /// Slides of text, one after the other; after the last one comes the first one again.
 Lecture Plain(const std::vector<Ms>& turns, Ms length, unsigned slides) {
-    std::string lines;
     Script all(0);
     for (unsigned i = 0; i <= turns.size(); ++i) {
-        const Ms start = i == 0 ? 0 : turns[i - 1];
-        const Ms end = i < turns.size() ? turns[i] : length;
         Script words(i % slides);
-        all.PutTitle(start, end, 0, words.Words(3));
-        for (const std::size_t line : {0, 1, 2}) all.PutPoint(start, end, 0, line, words.Words(5));
+        all.PutSlide(i == 0 ? 0 : turns[i - 1], i < turns.size() ? turns[i] : length, words.Words(3),
+                     {words.Words(5), words.Words(5), words.Words(5)});
     }
     return {turns, length, all.Text()};
 }
@@ -188,9 +168,8 @@ TEST(SlideChanges, AreFoundBetweenKeysAndShortSlidesBelongToTheNext) {
     const auto there = Film(Plain({3000, 6000}, 15000, 2), "glance.mp4", oneKey);
     EXPECT_EQ(FindSlideChanges(there, 50, 0, {}), (std::vector<Ms>{3000, 6000})) << "and back";
     EXPECT_EQ(FindSlideChanges(there, 50, 3500, {}), (std::vector<Ms>{6000}));
-    const Lecture passing =
-        Plain({6000, 6800, 14000}, 18000, 9);  // the second slide is passed by on the way to the third
-    const auto by = Film(passing, "passing.mp4", "-c:v libx264 -preset ultrafast -g 50");
+    // The second slide is passed by on the way to the third.
+    const auto by = Film(Plain({6000, 6800, 14000}, 18000, 9), "passing.mp4", "-c:v libx264 -preset ultrafast -g 50");
     EXPECT_EQ(FindSlideChanges(by, 50, 0, {}), (std::vector<Ms>{6000, 6800, 14000}));
     EXPECT_EQ(FindSlideChanges(by, 50, 2000, {}), (std::vector<Ms>{6000, 14000}));
     EXPECT_EQ(FindSlideChanges(by, 50, 7000, {}), (std::vector<Ms>{14000}));
@@ -198,57 +177,6 @@ TEST(SlideChanges, AreFoundBetweenKeysAndShortSlidesBelongToTheNext) {
     std::stop_source stop;
     stop.request_stop();
     EXPECT_THROW((void)FindSlideChanges(by, 50, 0, JobContext{{stop.get_token(), {}}}), Abandoned);
-    double last = 0;
-    (void)FindSlideChanges(by, 50, 0, JobContext{{{}, [&](double done) { last = done; }}});
-    EXPECT_EQ(last, 1.0);
-    const auto sound = support::MakeMedia(by.parent_path(), "a.wav", "-f lavfi -i sine=d=0.1");
-    EXPECT_THROW((void)FindSlideChanges(sound, 50, 0, {}), MediaError);
-}
-
-/// A picture with its left `columns` dark.
-SmallPicture Dark(int columns) {
-    SmallPicture picture;
-    for (std::size_t i = 0; i < picture.size(); ++i) {
-        picture[i] = static_cast<int>(i % kSmallWidth) < columns ? 40 : 200;
-    }
-    return picture;
-}
-
-/// One letter stands for 200 ms: '.' the first slide, 'a' to 'z' others, larger letters darker.
-std::vector<Ms> Watch(const std::string& pictures, double share) {
-    SlideWatcher watcher(share);
-    Ms time = 0;
-    for (const char letter : pictures) {
-        const SmallPicture picture = Dark(letter == '.' ? 0 : letter - 'a' + 1);
-        for (int i = 0; i < 5; ++i, time += 40) watcher.See(time, picture);
-    }
-    watcher.End();
-    std::vector<Ms> times;
-    for (const SlideChange& change : watcher.Changes()) times.push_back(change.time);
-    return times;
-}
-
-TEST(SlideWatcher, TellsChangesThatStay) {
-    struct Case {
-        const char* name;
-        const char* pictures;
-        std::vector<Ms> times;
-    };
-    const Case cases[] = {
-        {"nothing", "........................", {}},
-        {"one change", "..........pppppppppppppp", {2000}},
-        {"too small a change", "..........aaaaaaaaaaaaaa", {}},
-        {"a flash", "..........p.............", {}},
-        {"there and back", "..........pppppp........", {2000, 3200}},
-        {"a fade, told at its middle", "..........dhlpppppppppppp", {2200}},
-        {"at the very end", "....................pp", {4000}},
-        {"slow drift",
-         "...................."
-         "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaabbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbbcccccccccccc",
-         {}},
-    };
-    for (const Case& now : cases) EXPECT_EQ(Watch(now.pictures, 0.012), now.times) << now.name;
-    EXPECT_EQ(Watch("..........aaaaaaaaaaaaaa", 0.005), (std::vector<Ms>{2000})) << "a finer look";
 }
 
 }  // namespace

@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sound/Peaks.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <filesystem>
-#include <random>
 
-#include "sound/PeakCache.h"
 #include "sound/SoundFormat.h"
-#include "support/Containers.h"
+#include "support/Basics.h"
 #include "support/SoundFixtures.h"
 
 namespace qv {
@@ -68,19 +62,16 @@ protected:
 };
 
 TEST_F(PeaksTest, EachPartIsTheLoudestSampleOfItsQuanta) {
-    struct Case {
-        Ms start, end;
-        int count;
-    };
-    for (const Case& one : {Case{32768, 32776, 1}, Case{0, 40000, 625}, Case{17, 39017, 100}, Case{1000, 1001, 3},
-                            Case{333, 20000, 7}, Case{39000, 45000, 40}, Case{-500, 500, 10}, Case{32760, 32770, 1}}) {
-        const auto peaks = Peaks(one.start, one.end, one.count);
-        ASSERT_EQ(std::ssize(peaks), one.count);
-        const double part = static_cast<double>(one.end - one.start) / one.count;
-        for (int i = 0; i < one.count; ++i) {
-            const int wanted = Wanted(one.start + part * i, one.start + part * (i + 1));
-            EXPECT_NEAR(peaks[static_cast<std::size_t>(i)], wanted, 0.02 * wanted + 1)
-                << "part " << i << " of " << one.count << " from " << one.start;
+    const std::tuple<Ms, Ms, int> cases[] = {{32768, 32776, 1}, {0, 40000, 625},  {17, 39017, 100},
+                                             {1000, 1001, 3},   {333, 20000, 7},  {39000, 45000, 40},
+                                             {-500, 500, 10},   {32760, 32770, 1}};
+    for (const auto& [start, end, count] : cases) {
+        const auto peaks = Peaks(start, end, count);
+        ASSERT_EQ(std::ssize(peaks), count);
+        const double part = static_cast<double>(end - start) / count;
+        for (int i = 0; i < count; ++i) {
+            const int wanted = Wanted(start + part * i, start + part * (i + 1));
+            EXPECT_NEAR(peaks[static_cast<std::size_t>(i)], wanted, 0.02 * wanted + 1) << i << " from " << start;
         }
     }
     EXPECT_EQ(Peaks(96, 104, 1), (std::vector<std::int16_t>{32767})) << "saturates";
@@ -103,54 +94,26 @@ TEST_F(PeaksTest, KeptAndFreshAreTheSame) {
 }
 
 TEST_F(PeaksTest, AChangedFileIsLearnedAnew) {
-    const std::vector<std::uint8_t> bytes = support::ReadBytes(file_);
+    const std::vector<std::uint8_t> bytes(300000, 7);
     const auto time = fs::last_write_time(file_);
-    const auto write = [&](const std::vector<std::uint8_t>& contents) {
-        support::WriteBytes(file_, contents);
-        fs::last_write_time(file_, time);
-    };
-    const auto learnsAnew = [&](std::size_t at, std::uint8_t value, std::size_t size) {
-        write(bytes);
-        static_cast<void>(Decodes(0, 1000));
+    const auto learnsAnew = [&](std::size_t at, std::size_t size, int ms) {
         std::vector<std::uint8_t> changed = bytes;
-        changed[at] = value;
+        changed[at] = 8;
         changed.resize(size, 7);
-        write(changed);
-        return Decodes(0, 1000);
+        bool decodes = false;
+        for (const auto& [contents, written] :
+             {std::pair{bytes, time}, {changed, time + std::chrono::milliseconds(ms)}}) {
+            support::WriteBytes(file_, contents);
+            fs::last_write_time(file_, written);
+            decodes = Decodes(0, 1000);
+        }
+        return decodes;
     };
-    EXPECT_FALSE(learnsAnew(0, 7, bytes.size())) << "nothing changed";
-    EXPECT_TRUE(learnsAnew(10, 8, bytes.size())) << "a byte at the beginning";
-    EXPECT_TRUE(learnsAnew(299990, 8, bytes.size())) << "a byte at the end";
-    EXPECT_TRUE(learnsAnew(0, 7, bytes.size() + 1)) << "the size";
-    write(bytes);
-    EXPECT_TRUE(Decodes(0, 1000));
-    fs::last_write_time(file_, time + std::chrono::milliseconds(1));
-    EXPECT_TRUE(Decodes(0, 1000)) << "the time";
-}
-
-TEST_F(PeaksTest, ADamagedCacheIsWrittenAnew) {
-    const auto wanted = Peaks(0, 40000, 100);
-    const fs::path kept = fs::directory_iterator(cache_)->path();
-    const std::vector<std::uint8_t> good = support::ReadBytes(kept);
-    std::mt19937 random(3);  // NOLINT(cert-msc51-cpp)
-    for (int round = 0; round < 40; ++round) {
-        std::vector<std::uint8_t> bad = good;
-        // Bytes of the header, then any; every third time, something is cut off or is too much.
-        if (round % 3 == 0) bad.resize(random() % (2 * bad.size()));
-        if (round % 3 != 0) bad[round < 30 ? static_cast<std::size_t>(round) * 2 : random() % bad.size()] ^= 0x55;
-        support::WriteBytes(kept, bad);
-        opened_ = 0;
-        ASSERT_EQ(Peaks(0, 40000, 100), wanted) << "round " << round;
-        EXPECT_GT(opened_, 0) << "round " << round;
-        EXPECT_EQ(support::ReadBytes(kept), good) << "round " << round;
-    }
-}
-
-TEST_F(PeaksTest, AFolderThatTakesNothingCostsTimeOnly) {
-    support::WriteBytes(cache_, {1, 2, 3});  // a file where the folder should be
-    const auto first = Peaks(0, 40000, 100);
-    EXPECT_EQ(Peaks(0, 40000, 100), first);
-    EXPECT_EQ(support::ReadBytes(cache_).size(), 3U);
+    EXPECT_FALSE(learnsAnew(150000, bytes.size(), 0)) << "nothing that is looked at";
+    EXPECT_TRUE(learnsAnew(10, bytes.size(), 0)) << "a byte at the beginning";
+    EXPECT_TRUE(learnsAnew(299990, bytes.size(), 0)) << "a byte at the end";
+    EXPECT_TRUE(learnsAnew(150000, bytes.size() + 1, 0)) << "the size";
+    EXPECT_TRUE(learnsAnew(150000, bytes.size(), 1)) << "the time";
 }
 
 TEST_F(PeaksTest, ADamagedSoundIsSilentThere) {
@@ -158,22 +121,6 @@ TEST_F(PeaksTest, ADamagedSoundIsSilentThere) {
     const auto peaks = Peaks(10000, 11000, 10);
     EXPECT_EQ(*std::max_element(peaks.begin() + 1, peaks.end() - 1), 0);
     EXPECT_GT(Peaks(9000, 9900, 1)[0], 100);
-}
-
-TEST(PeakCacheTest, TheOldestAreDroppedFirst) {
-    const fs::path folder = support::TestFolder();
-    const auto now = fs::file_time_type::clock::now();
-    for (int age = 0; age < 5; ++age) {
-        const fs::path file = folder / (std::to_string(age) + ".peaks");
-        support::WriteBytes(file, std::vector<std::uint8_t>(100));
-        fs::last_write_time(file, now - std::chrono::hours(age));
-    }
-    support::WriteBytes(folder / "of another.kind", std::vector<std::uint8_t>(1000));
-    TrimPeakCache(folder, 250);
-    std::vector<std::string> left;
-    for (const auto& entry : fs::directory_iterator(folder)) left.push_back(entry.path().filename());
-    std::ranges::sort(left);
-    EXPECT_EQ(left, (std::vector<std::string>{"0.peaks", "1.peaks", "of another.kind"}));
 }
 
 }  // namespace

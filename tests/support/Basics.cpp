@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Basics.h"
 
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <stdexcept>
 

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Decoded.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
-
-#include "support/Containers.h"
 
 namespace support {
 
@@ -32,7 +29,7 @@ DecodedPictures DecodePictures(const std::filesystem::path& file, int track) {
     for (std::string line; std::getline(times, line);)
         if (!line.empty()) pictures.times.push_back(ToMs(line));
     const std::string bytes = Output("ffmpeg -v error -i " + Quoted(file) + " -map 0:" + TrackOption(track) +
-                                     " -fps_mode passthrough -pix_fmt gray -f rawvideo -");
+                                     " -fps_mode passthrough -vf extractplanes=y -f rawvideo -");
     if (pictures.times.empty() || bytes.size() % pictures.times.size() != 0)
         throw std::runtime_error(file.string() + ": pictures and times do not fit");
     const std::size_t size = bytes.size() / pictures.times.size();
@@ -87,17 +84,11 @@ std::vector<std::string> PacketLines(const std::filesystem::path& file, int trac
         Output("ffprobe -v error -select_streams " + TrackOption(track) +
                " -show_data_hash sha256 -show_entries packet=pts_time,flags,data_hash -of csv=p=0 " + Quoted(file)));
     std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);) {
-        if (line.empty()) continue;
-        std::istringstream fields(line);
-        std::string time;
-        std::string flags;
-        std::string hash;
-        std::getline(fields, time, ',');
-        std::getline(fields, flags, ',');
-        std::getline(fields, hash, ',');
+    std::string time;
+    std::string flags;
+    std::string hash;
+    while (std::getline(text, time, ',') && std::getline(text, flags, ',') && std::getline(text, hash))
         lines.push_back(std::to_string(ToMs(time)) + " " + flags.substr(0, 1) + " " + hash);
-    }
     return lines;
 }
 

@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "qvlib/Rows.h"
+#include "support/Basics.h"
 
 /// What a media file holds, as another program decodes it.
 namespace support {

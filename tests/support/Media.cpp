@@ -2,12 +2,15 @@
 #include "support/Media.h"
 
 #include <cmath>
+#include <iterator>
 #include <numeric>
+#include <sstream>
 
 #include "av/Av.h"
-#include "support/Containers.h"
 
 namespace support {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -41,17 +44,79 @@ int Ink(int x, int y, int step) {
 
 }  // namespace
 
-std::filesystem::path MakeMedia(const std::filesystem::path& folder, const std::string& name, const std::string& args) {
-    std::filesystem::path file = folder / name;
+fs::path MakeMedia(const fs::path& folder, const std::string& name, const std::string& args) {
+    fs::path file = folder / name;
     Output("ffmpeg -v error -nostdin -y " + args + " " + Quoted(file) + " 2>&1");
     return file;
 }
 
-void Damage(const std::filesystem::path& file, std::size_t count) {
-    auto bytes = ReadBytes(file);
-    const std::size_t from = bytes.size() / 3;
-    for (std::size_t i = from; i < from + count; ++i) bytes.at(i) = static_cast<std::uint8_t>(i * 37);
-    WriteBytes(file, bytes);
+fs::path EngineTest::MakeSource(const std::string& name, const std::string& encode) {
+    const fs::path recording = MakeMedia(
+        folder_, "recording.mkv",
+        "-f lavfi -i testsrc2=s=160x90:r=20:d=12 -f lavfi -i anoisesrc=c=brown:r=48000:a=0.4:seed=9:d=12,lowpass=2000 "
+        "-g 60 -c:a pcm_s16le " +
+            encode);
+    engine_.recordings->MakeContainer({.recording = recording, .target = folder_ / name}, {});
+    return folder_ / name;
+}
+
+fs::path EngineTest::MakeNoise(int seconds, int seed) {
+    const fs::path wave = MakeMedia(
+        folder_, "noise.wav",
+        "-f lavfi -i anoisesrc=c=pink:r=48000:a=0.5:seed=" + std::to_string(seed) + ":d=" + std::to_string(seconds));
+    engine_.mixEdit->qvImportWave(wave, folder_ / "noise.qva");
+    AwaitImport();
+    return folder_ / "noise.qva";
+}
+
+std::vector<qv::Ms> EngineTest::KeysOf(const fs::path& file) {
+    engine_.lib->ListIndex(folder_ / "keys", file);
+    std::ifstream list(folder_ / "keys");
+    return {std::istream_iterator<qv::Ms>(list), {}};
+}
+
+void EngineTest::AwaitImport() const {
+    while (engine_.mixEdit->GetImportProgress() < 100) ASSERT_GE(engine_.mixEdit->GetImportProgress(), 0);
+}
+
+std::vector<qv::AudioRow> AudioRows(const std::string& text) {
+    std::vector<qv::AudioRow> rows;
+    std::istringstream words(text);
+    qv::Ms pos = 0;
+    for (std::string word; words >> word;) {
+        qv::AudioRow row{pos, 0, 0, 0, 0, 100};
+        char mark = 0;
+        std::istringstream fields(word);
+        fields >> mark >> row.fileIndex >> mark >> row.srcPos >> mark >> row.srcPosEnd;
+        if (fields >> mark) fields >> row.volPercent;
+        pos = row.posEnd = pos + row.srcPosEnd - row.srcPos;
+        rows.push_back(row.fileIndex < 0 ? qv::AudioRow{row.pos, row.posEnd, -1, 0, 0, 0} : row);
+    }
+    return rows;
+}
+
+std::vector<qv::FrameRow> FrameRows(const std::string& text) {
+    std::vector<qv::FrameRow> rows;
+    std::istringstream words(text);
+    qv::Ms pos = 0;
+    for (std::string word; words >> word;) {
+        const bool isSlideStart = word[0] == '*';
+        qv::Ms from = 0;
+        char kind = 0;
+        qv::Ms to = 0;
+        std::istringstream(word.substr(isSlideStart ? 1 : 0)) >> from >> kind >> to;
+        const qv::Ms length = kind == '+' ? to : kind == '>' ? 1 : to - from;
+        rows.push_back({pos, pos + length, from, kind == '+' ? from : to, isSlideStart ? 1 : 0});
+        pos += length;
+    }
+    return rows;
+}
+
+qv::Ms SourceAt(const std::vector<qv::FrameRow>& rows, qv::Ms t) {
+    const auto row = std::find_if(rows.begin(), rows.end(), [t](const qv::FrameRow& one) { return t < one.posEnd; });
+    if (row->srcPos == row->srcPosEnd) return std::max(row->srcPos - 1, 0);
+    if (row->srcPosEnd - row->srcPos != row->posEnd - row->pos) return row->srcPosEnd - 1;
+    return row->srcPos + (t - row->pos);
 }
 
 std::string NumberedPictures(int count, const std::string& size) {
@@ -64,6 +129,22 @@ int NumberOn(const qv::Picture& picture) {
     double mean = std::accumulate(luma.begin(), luma.end(), 0.0) / static_cast<double>(luma.size());
     if (qv::av::IsFullRange(*picture.frame)) mean = 16 + mean * 219 / 255;
     return static_cast<int>(std::lround((mean - kFirstBrightness) / kBrightnessStep));
+}
+
+DecodedPackets DecodePackets(const qv::PictureFormat& format, const std::vector<qv::PicturePacket>& packets) {
+    qv::PictureDecoder decoder(format, 1);
+    DecodedPackets all;
+    const auto take = [&] {
+        while (auto picture = decoder.Receive()) all.pictures.push_back(*picture);
+    };
+    for (const qv::PicturePacket& packet : packets) {
+        decoder.Send(packet.time, packet.key, packet.data);
+        take();
+    }
+    decoder.SendEnd();
+    take();
+    all.damaged = decoder.Damaged();
+    return all;
 }
 
 qv::Picture DrawSlide(int width, int height, int format, int step) {

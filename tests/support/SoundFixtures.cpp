@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/SoundFixtures.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -9,7 +8,6 @@
 #include <utility>
 
 #include "sound/SoundFormat.h"
-#include "support/Containers.h"
 
 namespace support {
 namespace {
@@ -17,16 +15,13 @@ namespace {
 /// Long enough for a minute of speech.
 constexpr const char* kText =
     "Today we look at how a signal travels through a room, and at what the microphone makes of it. Take a seat, "
-    "please. "
-    "A quiet voice sounds worse than a loud one: the noise of the room stays as it is. We shall see three examples. "
-    "The "
-    "first one is a clap of the hands, the second one a whisper, and the third one, which you all know, is the hum of "
-    "a "
-    "lamp. Whoever has a question may ask it at once. Let us begin with the clap. It is over after four milliseconds, "
-    "yet its echo can be heard for half a second; why is that? The walls give back most of what they get, six or seven "
-    "times, and each time a little less of the high frequencies. Now the whisper. Strange as it seems, it holds no "
-    "tone "
-    "at all, only noise, shaped by the mouth. That is why it is so hard to tell from the noise of the room. ";
+    "please. A quiet voice sounds worse than a loud one: the noise of the room stays as it is. We shall see three "
+    "examples. The first one is a clap of the hands, the second one a whisper, and the third one, which you all "
+    "know, is the hum of a lamp. Whoever has a question may ask it at once. Let us begin with the clap. It is over "
+    "after four milliseconds, yet its echo can be heard for half a second; why is that? The walls give back most "
+    "of what they get, six or seven times, and each time a little less of the high frequencies. Now the whisper. "
+    "Strange as it seems, it holds no tone at all, only noise, shaped by the mouth. That is why it is so hard to "
+    "tell from the noise of the room. ";
 
 /// What the speech program prints: one channel of 16 bits behind a header of 44 bytes.
 Pcm Spoken(int& rate) {

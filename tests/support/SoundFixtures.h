@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdint>
-#include <functional>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "sound/Opus.h"
 #include "sound/OpusPackets.h"
 #include "sound/RowMixer.h"
+#include "support/Basics.h"
 
 /// Sounds for tests, and sources that lie in memory.
 namespace support {

@@ -45,7 +45,7 @@ inline void Put(EditorState& state, int track, const std::string& segs) {
                                      &seg.posEnd, &seg.srcPos, &seg.volPercent, &source);
         if (track == 0) state.gSlideLoaded.at(static_cast<std::size_t>(seg.slideIndex) - 1) = true;
         if (read == 1) continue;
-        seg.srcPosEnd = seg.srcPos + seg.posEnd - seg.pos;
+        seg.srcPosEnd = seg.srcPos + (seg.posEnd - seg.pos);
         seg.srcFile = source == 0 ? "/p/gone.qva" : state.gSrcFiles.item(source);
         state.waveViews.Load(seg.segIndex);
         state.gWaveTrack.at(static_cast<std::size_t>(track)).Add(seg);
