@@ -98,6 +98,37 @@ TEST_F(FilesTest, DeleteUnforcedLeavesAllOfAReadOnlyTree) {
     EXPECT_TRUE(!fs::exists(tree_) && IsOutsideAsItWas());
 }
 
+TEST_F(FilesTest, ClearReadOnlyBelow) {
+    MakeTree();
+    ::chmod(tree_.c_str(), 0555);
+    made_.disk.failAt = 1;  // whichever comes first; the others get their permission
+    EXPECT_TRUE(ClearReadOnly(world_, tree_) && ClearReadOnly(world_, tree_));
+    EXPECT_EQ(fs::status(tree_ / "in").permissions(), fs::perms(0755));
+    EXPECT_EQ(fs::status(tree_ / "in/file").permissions(), fs::perms(0644));
+    EXPECT_EQ(fs::status(tree_).permissions(), fs::perms(0555)) << "below, it says";
+    EXPECT_TRUE(IsOutsideAsItWas());
+    EXPECT_FALSE(ClearReadOnly(world_, folder_ / "none") || ClearReadOnly(world_, tree_ / "plain"));
+}
+
+TEST_F(FilesTest, SpaceAndPermissionToWrite) {
+    const std::pair<std::uint64_t, int> cases[] = {
+        {104333312, 100}, {104333311, 99}, {105381888, 100}, {std::uint64_t{1} << 60, 2147483647}};
+    for (const auto& [bytes, megabytes] : cases) {
+        made_.disk.freeBytes = bytes;
+        EXPECT_EQ(GetFreeSpaceMB(world_, folder_), megabytes) << bytes;
+    }
+    EXPECT_EQ(GetFreeSpaceMB(world_, "//server/share") + GetFreeSpaceMB(world_, "\\\\server\\share"), 202);
+    EXPECT_FALSE(IsNetworkPath("/home//x") || IsNetworkPath("\\one"));
+    made_.disk.freeBytes = 0;
+    EXPECT_GT(GetFreeSpaceMB(world_, folder_ / "not/yet/there"), 0);
+    EXPECT_EQ(GetFreeSpaceMB(world_, std::string(300, 'x')), 0);
+
+    Make("tmp.txt", "the user's own");
+    EXPECT_TRUE(IsFolderWritable(world_, folder_) && !fs::exists(folder_ / "tmp.txt"));
+    made_.disk.failAt = made_.disk.changes + 1;
+    EXPECT_FALSE(IsFolderWritable(world_, folder_));
+}
+
 TEST_F(FilesTest, RecreateFolderTwiceThenTell) {
     const auto told = [&](const fs::path& folder, int failAt, bool failsOn) {
         made_.user.boxes.clear();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "qvlib/IPlayer.h"
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -8,6 +9,7 @@
 #include <thread>
 
 #include "av/Av.h"
+#include "player/Shown.h"
 #include "sound/RowMixer.h"
 #include "support/Decoded.h"
 #include "support/Media.h"
@@ -365,6 +367,24 @@ TEST_F(PlayerTest, DamageEndsAStretchAndNothingElse) {
         Play();
         EXPECT_EQ(device_->Pull(kLength).size(), static_cast<std::size_t>(kLength - 1000) * kSamplesPerMs);
     }
+}
+
+TEST(ShownPictureTest, IsDrawnInTheColoursAndTheSizeAskedFor) {
+    const av::Frame frame = av::NewPictureFrame(AV_PIX_FMT_YUV420P, 32, 16);
+    const std::array<int, 3> red = {81, 90, 240};  // by the matrix of small pictures
+    for (std::size_t plane = 0; plane < 3; ++plane)
+        std::fill_n(frame->data[plane], frame->linesize[plane] * (plane == 0 ? 16 : 8),
+                    static_cast<std::uint8_t>(red.at(plane)));
+    const ShownPicture shown = ToShown({std::shared_ptr<const AVFrame>(frame.get(), [](const AVFrame*) {}), 0}, 7);
+    std::vector<std::uint8_t> drawn(8 * 40 - 8);
+    const PictureDim size{8, 8};
+    EXPECT_TRUE(DrawBgra(shown, {drawn, 40, size}));
+    EXPECT_NEAR(drawn[40 * 7 + 28 + 2], 255, 2);
+    EXPECT_NEAR(drawn[40 * 7 + 28], 0, 2);
+    EXPECT_EQ(drawn[40 * 7 + 28 + 3], 255);
+    EXPECT_EQ(drawn[33], 0);  // between the lines
+    EXPECT_FALSE(DrawBgra(shown, {std::span(drawn).first(8 * 40 - 9), 40, size}));
+    EXPECT_FALSE(DrawBgra(shown, {drawn, 31, size}) || DrawBgra({}, {drawn, 40, size}));
 }
 
 }  // namespace
