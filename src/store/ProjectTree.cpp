@@ -30,15 +30,24 @@ void MakeValueLegal(Holder holder) {
     if (legal != holder.value()) holder.set_value(legal.c_str());
 }
 
-/// Takes out what a character reference can bring in: characters that no document may hold, and text of blanks alone,
-/// which would be gone after the next reading.
+/// Without the blanks ahead of it, which a reader passes over.
+void MakeValueBegin(xml_node node) {
+    const std::string value = node.value();
+    const std::size_t begin = std::min(value.find_first_not_of(" \t\r\n"), value.size());
+    if (begin > 0) node.set_value(value.substr(begin).c_str());
+}
+
+/// Takes out what a character reference or a stray control character can bring in: characters that no document may hold,
+/// and blanks that would be gone after the next reading.
 void Tidy(xml_node top) {
     xml_node node = top;
     while (node) {
         MakeValueLegal(node);
+        if (node.type() == pugi::node_doctype || node.type() == pugi::node_pi) MakeValueBegin(node);
         for (const pugi::xml_attribute attribute : node.attributes()) MakeValueLegal(attribute);
         const xml_node next = NextBelow(node, top);
-        if (node.type() == pugi::node_pcdata && Trim(node.value()).empty()) node.parent().remove_child(node);
+        const bool holdsText = node.type() == pugi::node_pcdata || node.type() == pugi::node_doctype;
+        if (holdsText && Trim(node.value()).empty()) node.parent().remove_child(node);
         node = next;
     }
 }
