@@ -19,54 +19,17 @@ constexpr Ms kLookEveryMs = 5;
 
 }  // namespace
 
-PictureFeeder::PictureFeeder(Events events) : events_(std::move(events)), thread_([this] { Work(); }) {}
+PictureFeeder::PictureFeeder(Events events)
+    : events_(std::move(events)),
+      thread_([this](std::optional<Task> task, bool isPlaying) { return Turn(std::move(task), isPlaying); }) {}
 
-PictureFeeder::~PictureFeeder() {
-    {
-        const std::lock_guard lock(mutex_);
-        isEnding_ = true;
-        isCancelled_ = true;
+std::chrono::milliseconds PictureFeeder::Turn(std::optional<Task> task, bool isPlaying) {
+    if (task || HasToDecode()) {
+        Step(std::move(task), isPlaying);
+        return {};
     }
-    changed_.notify_all();
-    thread_.join();
-}
-
-void PictureFeeder::Prepare(Task task) {
-    {
-        const std::lock_guard lock(mutex_);
-        wanted_ = std::move(task);
-        isCancelled_ = true;
-    }
-    changed_.notify_all();
-}
-
-void PictureFeeder::SetPlaying(bool isPlaying) {
-    {
-        const std::lock_guard lock(mutex_);
-        isPlaying_ = isPlaying;
-    }
-    changed_.notify_all();
-}
-
-void PictureFeeder::Work() {
-    std::unique_lock lock(mutex_);
-    while (!isEnding_) {
-        const bool isPlaying = isPlaying_;
-        if (wanted_ || HasToDecode()) {
-            auto task = std::exchange(wanted_, std::nullopt);
-            isCancelled_ = false;
-            lock.unlock();
-            Step(std::move(task), isPlaying);
-            lock.lock();
-        } else if (isPlaying && !queue_.empty()) {
-            lock.unlock();
-            const Ms wait = ShowDue();
-            lock.lock();
-            if (!wanted_ && !isEnding_ && wait > 0) changed_.wait_for(lock, std::chrono::milliseconds(wait));
-        } else {
-            changed_.wait(lock);
-        }
-    }
+    if (!isPlaying || queue_.empty()) return FeederThread<Task>::kRest;
+    return std::chrono::milliseconds(ShowDue());
 }
 
 bool PictureFeeder::HasToDecode() const { return !isOver_ && queue_.size() < kAhead; }
@@ -108,7 +71,7 @@ void PictureFeeder::Decode(Ms time) {
     }
     const PicturePiece piece = ToPicturePiece(*row);
     const Ms src = piece.isHold ? piece.src : std::max(0, piece.src + (time - piece.dst));
-    const auto standing = task_.track->At(src, [this] { return isCancelled_.load(); });
+    const auto standing = task_.track->At(src, [this] { return thread_.IsCancelled(); });
     if (!standing) return;
     const std::int64_t next = std::int64_t{time} + standing->until - src;
     nextAt_ = piece.isHold ? row->posEnd : static_cast<Ms>(std::min<std::int64_t>(next, row->posEnd));

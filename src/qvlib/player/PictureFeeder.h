@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
+#include <utility>
 
+#include "player/FeederThread.h"
 #include "player/PictureTrack.h"
 #include "player/Program.h"
 #include "qvlib/ShownPicture.h"
@@ -39,15 +38,11 @@ public:
     };
 
     explicit PictureFeeder(Events events);
-    /// Waits for the thread, which gives up what it decodes.
-    ~PictureFeeder();
-    PictureFeeder(const PictureFeeder&) = delete;
-    PictureFeeder& operator=(const PictureFeeder&) = delete;
 
     /// Gives up what is under way and begins anew.
-    void Prepare(Task task);
+    void Prepare(Task task) { thread_.Give(std::move(task)); }
     /// Whether time runs.
-    void SetPlaying(bool isPlaying);
+    void SetPlaying(bool isPlaying) { thread_.SetOn(isPlaying); }
 
 private:
     struct Due {
@@ -55,7 +50,7 @@ private:
         ShownPicture picture;
     };
 
-    void Work();
+    std::chrono::milliseconds Turn(std::optional<Task> task, bool isPlaying);
     [[nodiscard]] bool HasToDecode() const;
     void Step(std::optional<Task> task, bool isPlaying);
     void Begin(Task task);
@@ -66,13 +61,6 @@ private:
 
     Events events_;
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::optional<Task> wanted_;
-    bool isPlaying_ = false;
-    bool isEnding_ = false;
-    std::atomic<bool> isCancelled_ = false;  ///< there is something newer in wanted_, or the end
-
     // The thread's own.
     Task task_;
     std::deque<Due> queue_;             ///< decoded ahead, in order
@@ -81,7 +69,7 @@ private:
     std::shared_ptr<const void> last_;  ///< the picture that was queued last
     bool isReady_ = true;               ///< it was told
 
-    std::thread thread_;
+    FeederThread<Task> thread_;
 };
 
 }  // namespace qv

@@ -21,53 +21,21 @@ constexpr std::chrono::milliseconds kLookEvery{20};
 }  // namespace
 
 SoundFeeder::SoundFeeder(SoundLine& line, Events events)
-    : line_(line), events_(std::move(events)), thread_([this] { Work(); }) {}
+    : line_(line),
+      events_(std::move(events)),
+      thread_([this](std::optional<Task> task, bool isHeard) { return Turn(std::move(task), isHeard); }) {}
 
-SoundFeeder::~SoundFeeder() {
-    {
-        const std::lock_guard lock(mutex_);
-        isEnding_ = true;
+std::chrono::milliseconds SoundFeeder::Turn(std::optional<Task> task, bool isHeard) {
+    const bool hasRoom = at_ < end_ && line_.Room() >= kBlockSamples;
+    if (task || hasRoom) {
+        Step(std::move(task));
+        return {};
     }
-    changed_.notify_all();
-    thread_.join();
-}
-
-void SoundFeeder::Prepare(Task task) {
-    {
-        const std::lock_guard lock(mutex_);
-        wanted_ = std::move(task);
-    }
-    changed_.notify_all();
-}
-
-void SoundFeeder::SetHeard(bool isHeard) {
-    {
-        const std::lock_guard lock(mutex_);
-        isHeard_ = isHeard;
-    }
-    changed_.notify_all();
-}
-
-void SoundFeeder::Work() {
-    std::unique_lock lock(mutex_);
-    while (!isEnding_) {
-        const bool hasRoom = at_ < end_ && line_.Room() >= kBlockSamples;
-        if (wanted_ || hasRoom) {
-            auto task = std::exchange(wanted_, std::nullopt);
-            lock.unlock();
-            Step(std::move(task));
-            lock.lock();
-        } else if (isHeard_ && !isOver_ && events_.isOver()) {
-            isOver_ = true;
-            lock.unlock();
-            events_.over(task_.ticket);
-            lock.lock();
-        } else if (isHeard_ && !isOver_) {
-            changed_.wait_for(lock, kLookEvery);
-        } else {
-            changed_.wait(lock);
-        }
-    }
+    if (!isHeard || isOver_) return FeederThread<Task>::kRest;
+    if (!events_.isOver()) return kLookEvery;
+    isOver_ = true;
+    events_.over(task_.ticket);
+    return FeederThread<Task>::kRest;
 }
 
 /// One piece of work. Whatever goes wrong in it is silence from there on, and told.

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <condition_variable>
+#include <chrono>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
+#include <utility>
+#include <vector>
 
+#include "player/FeederThread.h"
 #include "player/Program.h"
 #include "player/SoundLine.h"
 #include "player/SoundPool.h"
@@ -37,30 +38,20 @@ public:
 
     /// @param line outlives it
     SoundFeeder(SoundLine& line, Events events);
-    /// Waits for the thread.
-    ~SoundFeeder();
-    SoundFeeder(const SoundFeeder&) = delete;
-    SoundFeeder& operator=(const SoundFeeder&) = delete;
 
     /// Empties the line and begins anew. Nobody fills from the line before it is ready.
-    void Prepare(Task task);
+    void Prepare(Task task) { thread_.Give(std::move(task)); }
     /// Whether the device takes from the line.
-    void SetHeard(bool isHeard);
+    void SetHeard(bool isHeard) { thread_.SetOn(isHeard); }
 
 private:
-    void Work();
+    std::chrono::milliseconds Turn(std::optional<Task> task, bool isHeard);
     void Step(std::optional<Task> task);
     void Begin(Task task);
     void ReadOn();
 
     SoundLine& line_;
     Events events_;
-
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::optional<Task> wanted_;
-    bool isHeard_ = false;
-    bool isEnding_ = false;
 
     // The thread's own.
     Task task_;
@@ -74,7 +65,7 @@ private:
     bool isReady_ = true;  ///< it was told
     bool isOver_ = true;   ///< it was told
 
-    std::thread thread_;
+    FeederThread<Task> thread_;
 };
 
 }  // namespace qv
