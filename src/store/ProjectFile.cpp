@@ -287,8 +287,14 @@ bool ReplaceDocument(World& world, const path& file, const std::string& text) {
     constexpr std::int64_t kLeastBytes = 500;
     path fresh = file;
     fresh += ".tmp";
-    world.disk.Write(fresh, text);
+    try {
+        world.disk.Write(fresh, text);
+    } catch (const std::exception&) {
+        modFiles::DeleteFileIfAny(world, fresh);  // the half that was written
+        throw;
+    }
     if (modFiles::GetFileSizeBytes(fresh) < kLeastBytes) {
+        modFiles::DeleteFileIfAny(world, fresh);
         ShowMessage(world, "Save 'project.qvp' error!");
         return false;
     }
