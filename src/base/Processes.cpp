@@ -21,18 +21,6 @@ constexpr std::chrono::milliseconds kExecPoll{100};
 
 int StatusOf(int waitStatus) { return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus); }
 
-/// Keeps the program's windows disabled while it lives.
-class Modal {
-public:
-    explicit Modal(IUser& user) : user_(user) { user_.SetBusyCursor(true); }
-    ~Modal() { user_.SetBusyCursor(false); }
-    Modal(const Modal&) = delete;
-    Modal& operator=(const Modal&) = delete;
-
-private:
-    IUser& user_;
-};
-
 }  // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string>& arguments) {
@@ -109,7 +97,7 @@ void frmExecCmd::Show() {
     std::vector<std::string> arguments = {program};
     arguments.insert(arguments.end(), arguments_.begin(), arguments_.end());
     try {
-        const Modal modal(world_.user);
+        const BusyCursor modal(world_);
         Run(arguments);
     } catch (const std::system_error& error) {
         fail("\"" + command_ + "\" does not start: " + error.code().message());

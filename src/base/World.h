@@ -34,4 +34,16 @@ void ReportStepError(World& world, const std::string& description, const std::st
 /// Shows a text in a plain message box.
 void ShowMessage(World& world, const std::string& text, const std::string& title = {});
 
+/// Shows the waiting pointer as long as this lives.
+class BusyCursor {
+public:
+    explicit BusyCursor(World& world) : user_(world.user) { user_.SetBusyCursor(true); }
+    ~BusyCursor() { user_.SetBusyCursor(false); }
+    BusyCursor(const BusyCursor&) = delete;
+    BusyCursor& operator=(const BusyCursor&) = delete;
+
+private:
+    IUser& user_;
+};
+
 }  // namespace mirrane

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <iostream>
 #include <stdexcept>
 #include <utility>
 
@@ -191,6 +192,15 @@ void Finish(Draft& draft, EditorState& state, MuteAudio muteAudio) {
     draft.text += ToText(draft.audioRows);
 }
 
+/// Nobody's work hangs on the file: on a full disk it is missing, and playing and saving go on.
+void WriteFile(World& world, const std::filesystem::path& file, const std::string& text) {
+    try {
+        world.disk.WriteScratch(file, text);
+    } catch (const std::exception& failure) {
+        std::clog << "The play list is not written: " << ErrorText(failure) << '\n';
+    }
+}
+
 /// Makes, writes and hands over, or throws.
 void MakePlayList(EditorState& state, MuteAudio muteAudio, qv::IPlayer* player) {
     const std::vector<std::filesystem::path>& sources = state.gSrcFiles.values();
@@ -201,7 +211,7 @@ void MakePlayList(EditorState& state, MuteAudio muteAudio, qv::IPlayer* player) 
     } catch (const std::exception&) {
         failure = std::current_exception();
     }
-    state.world.disk.WriteScratch(InFolder(state.gTempWorkFolder, "PlayList.txt"), draft.text);
+    WriteFile(state.world, InFolder(state.gTempWorkFolder, "PlayList.txt"), draft.text);
     if (failure) std::rethrow_exception(failure);
     if (player != nullptr) player->SetPlayList(sources, draft.audioRows, draft.frameRows);
     state.gFrameRows = std::move(draft.frameRows);

@@ -59,7 +59,7 @@ struct AudioPlace {
 enum class MuteAudio { No, Yes };
 
 /// Makes gAudioSegs, gFrameRows and gAudioRows of the tracks and slides, writes them to gTempWorkFolder/PlayList.txt, and
-/// gives them to the player.
+/// gives them to the player. A file that cannot be written is only told in the log.
 /// @param muteAudio Yes: every row has volume 0
 /// @param player    nullptr: there is none
 /// @returns false after a message. Then the rows and the player's play list are as they were; the file ends with the

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "frame/Editor.h"
+
+#include <gtest/gtest.h>
+
+#include "base/EventLoop.h"
+#include "base/Text.h"
+#include "doubles/World.h"
+#include "editing/Commands.h"
+#include "shell/Progress.h"
+#include "support/Basics.h"
+#include "timeline/Lecture.h"
+
+namespace mirrane {
+
+using std::filesystem::path;
+
+/// The editor on a project of two slides of 3 s, made by the engine, with a page that no slide names.
+struct EditorLife : testing::Test, IOpenMediaFile {
+    EditorLife() {
+        for (const char* name : {"temp", "project/html9"}) create_directories(base / name);
+        const std::string row = "<item><title>t</title><recdate>d</recdate><pos>";
+        Disk().Write(folder / "project.qvp",
+                     ReplaceAll(ReadFile(MIRRANE_SOURCE_DIR "/data/default.qvp"), "00:00\" type=\"OL\"/>",
+                                "00:06\">" + row + "0</pos></item>" + row + "3000</pos></item></index>"));
+        support::Output(
+            "ffmpeg -v error -f lavfi -i testsrc=size=160x90:rate=10:duration=6 -f lavfi "
+            "-i sine=duration=6 -c:a pcm_s16le " +
+            support::Quoted(base / "rec.mkv"));
+        engine.recordings->MakeContainer(
+            {.recording = base / "rec.mkv", .target = folder / "media.qv", .keys = {0, 3000}}, {});
+        world.host.environment["temp"] = base / "temp";
+        world.user.onEvents = [this] { loop.RunEvents(); };
+        Open();
+    }
+
+    void Open() {
+        editor.reset();
+        state = std::make_unique<EditorState>(world.world);
+        state->gProjectFolder = folder;
+        editor = std::make_unique<Editor>(
+            *state, engine, *player, check,
+            EditorPorts{window, window, *this, [this](std::function<void()> later) { loop.Post(std::move(later)); },
+                        [this] { ends += "exit "; }, [this] { ends += "closed "; }});
+        editor->Form_Load();
+        Do([this] { editor->tmrLayout_Timer(); });
+    }
+    std::optional<path> Choose(const std::string&, const std::string&, const path&) override { return {}; }
+    /// Does something, and lets it come to its end.
+    void Do(const std::function<void()>& deed) {
+        deed();
+        do loop.RunFor(std::chrono::milliseconds(5));
+        while (state->gIsBusy());
+    }
+    /// Cuts slide 2 in its middle, and shows slide 1 again.
+    void SplitSlide2() {
+        Do([this] { editor->slideView.LoadSlide(2, WhileBusy::Refuse); });
+        Do([this] { editor->transport.SeekInSlide(1000); });
+        Do([this] { modCommands::mnuSplit_Click(editor->edit); });
+        Do([this] { editor->slideView.LoadSlide(1, WhileBusy::Refuse); });
+    }
+    /// How many boxes come up, what ends, and what is there then.
+    std::string Unload(std::deque<Answer> answers) {
+        world.user.boxes.clear();
+        world.user.answers = std::move(answers);
+        (void)editor->Form_Unload();
+        return std::to_string(world.user.boxes.size()) + " " + std::exchange(ends, {}) +
+               (FolderExists(state->gTempWorkFolder) ? "work" : "") + (FolderExists(folder / "html9") ? " html9" : "");
+    }
+    std::string Track1() const { return ToText(state->gWaveTrack[0]); }
+
+    const path base = support::TestFolder();
+    const path folder = base / "project";
+    EventLoop loop;
+    doubles::World world;
+    ProgressWindow window;
+    qv::Engine engine = qv::MakeEngine({});
+    std::unique_ptr<qv::IPlayer> player = qv::MakePlayer(
+        {.post = [this](std::function<void()> event) { loop.Post(std::move(event)); }, .soundOut = {}, .log = {}});
+    modMediaQv::MediaContext check{world.world, *engine.lib};
+    std::string ends;
+    std::unique_ptr<EditorState> state;
+    std::unique_ptr<Editor> editor;
+};
+
+TEST_F(EditorLife, UndoesAcrossSlidesSavesOnLeavingAndOpensWhatItSaved) {
+    SplitSlide2();
+    const std::string split = "1#2:0-3000<0 2#6:3000-3968<3000 2#8:3968-6000<3968";
+    EXPECT_EQ(Track1(), split);
+    editor->transport.cmdPlay_Click();
+    Do([this] { editor->Undo_Click(); });
+    EXPECT_EQ(Track1(), "1#2:0-3000<0 2#4:3000-6000<3000");
+    EXPECT_EQ(state->gGrid.CurrIndex(), 2);
+    Do([this] { editor->Redo_Click(); });
+    EXPECT_EQ(Track1(), split);
+    for (CWaveSeg& seg : state->gWaveTrack[0].items) seg.selected(seg.segIndex == 8);
+    Do([this] { modCommands::mnuRemove_Click(editor->edit); });
+    EXPECT_EQ(Unload({Answer::Yes}), "1 closed ") << world.user.Told();
+    Open();
+    EXPECT_EQ(state->gProject.duration(), 3968);
+    EXPECT_EQ(Unload({}), "0 closed ");
+}
+
+TEST_F(EditorLife, ClosesWhenNobodyIsBusyAndTheUserAgreesOrWhenToldTo) {
+    SplitSlide2();
+    ++state->busyDepth;
+    EXPECT_EQ(Unload({}), "0 work html9");
+    --state->busyDepth;
+    EXPECT_EQ(Unload({Answer::Cancel}), "1 work html9");
+    world.disk.failAt = world.disk.changes + 2;
+    EXPECT_EQ(Unload({Answer::Yes}).substr(1), " work html9");  // the save has failed
+    world.disk = {};
+    EXPECT_EQ(Unload({Answer::No}), "1 closed ");
+    EXPECT_EQ(world.settings.Get("configure", "touchTime"), "2024/3/5 13:04:0-5");
+    Open();
+    editor->transport.SeekInSlide(0);
+    editor->Terminate();
+    editor->ForceExit();
+    EXPECT_TRUE(std::exchange(ends, {}) == "exit " && !FolderExists(state->gTempWorkFolder));
+    Disk().Remove(folder / "project.qvp");
+    Open();
+    EXPECT_FALSE(editor->form.IsEnabled(Control::cmdPlay) || editor->form.IsEnabled(Control::Save));
+    editor->Exit_Click();
+    EXPECT_EQ(ends, "closed ");
+}
+
+}  // namespace mirrane
