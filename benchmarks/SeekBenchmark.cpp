@@ -7,16 +7,12 @@
 //
 // Prints one line of milliseconds for each of the places, in their order.
 #include <chrono>
-#include <condition_variable>
-#include <deque>
-#include <functional>
 #include <iostream>
-#include <mutex>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "base/EventLoop.h"
 #include "qvlib/Engine.h"
 #include "qvlib/IPlayer.h"
 
@@ -24,31 +20,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// The thread that uses the player.
-class Loop {
-public:
-    void Post(std::function<void()> deed) {
-        {
-            const std::lock_guard lock(mutex_);
-            deeds_.push_back(std::move(deed));
-        }
-        changed_.notify_one();
-    }
-
-    void RunOne() {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [this] { return !deeds_.empty(); });
-        const auto deed = std::move(deeds_.front());
-        deeds_.pop_front();
-        lock.unlock();
-        deed();
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> deeds_;
-};
+constexpr std::chrono::seconds kPatience{60};
 
 /// A lecture in the player, and the rows that play all of it.
 class Desk {
@@ -68,7 +40,7 @@ public:
         const auto begin = Clock::now();
         player_->SetPlayList({media_}, sound, picture);
         player_->Seek(place);
-        while (!isDone_) loop_.RunOne();
+        if (!loop_.RunUntil([this] { return isDone_; }, kPatience)) throw std::runtime_error("a seek has no end");
         const std::chrono::duration<double, std::milli> took = Clock::now() - begin;
         if (pictures_ == before || player_->Position() != place) throw std::runtime_error("a seek found no picture");
         return took.count();
@@ -79,7 +51,7 @@ private:
     qv::Ms length_;
     int pictures_ = 0;
     bool isDone_ = false;
-    Loop loop_;
+    mirrane::EventLoop loop_;
     std::unique_ptr<qv::IPlayer> player_ =
         qv::MakePlayer({.post = [this](std::function<void()> deed) { loop_.Post(std::move(deed)); },
                         .soundOut = {},

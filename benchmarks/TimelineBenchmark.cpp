@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What the timeline's model takes while somebody waits: a play list is made at every seek and before every save.
+// What the timeline's model takes while somebody waits: a play list is made at every seek and before every save, and
+// all that was done can be undone.
 //
 //     timeline_benchmark WORKFOLDER [--benchmark_...]
 //
@@ -9,6 +10,9 @@
 
 #include <iostream>
 
+#include "editing/Replay.h"
+#include "editing/SlideTimeline.h"
+#include "editing/WaveEdit.h"
 #include "timeline/PlayList.h"
 
 namespace {
@@ -105,6 +109,85 @@ public:
     EditorState state{world_};
 };
 
+/// Nothing is read, played or shown: what is left is the editing.
+class NoPorts final : public ISampler, public ITransport, public ISlideView, public ILife {
+public:
+    bool GetWaveSamples(const std::filesystem::path& /*file*/, std::span<std::int16_t> /*samples*/, Ms /*start*/,
+                        Ms /*end*/, int /*fileKind*/) override {
+        return true;
+    }
+    [[nodiscard]] Ms Position() const override { return 0; }
+    [[nodiscard]] bool IsPlaying() const override { return false; }
+    void ExecPlay() override {}
+    void ExecStop(StopAt /*where*/) override {}
+    void qvSeekTo(Ms /*ms*/) override {}
+    void SeekInSlide(Ms /*ms*/) override {}
+    void SetToolbar() override {}
+    void LoadSlide(std::int32_t /*index*/, WhileBusy /*whileBusy*/) override {}
+    void PostUnload() override {}
+    void ForceExit() override {}
+    void ReloadMedia() override {}
+};
+
+/// A lecture whose first slide was cut two hundred times, and made louder and softer eight hundred times.
+class EditedSlide {
+public:
+    static constexpr int kCuts = 200;
+    static constexpr int kSteps = 1000;
+
+    explicit EditedSlide(IDisk& disk, const std::filesystem::path& folder) : desk_(disk, folder) {
+        EditorState& state = desk_.state;
+        state.gProjectFolder = folder;
+        ctx_.sampler = &ports_;
+        ctx_.transport = &ports_;
+        ctx_.slideView = &ports_;
+        ctx_.life = &ports_;
+        state.gGrid.SelectedRow(1);
+        state.gSlideZoom.assign(kSlides, 1);
+        modSlideTimeline::ShowSlideTimeline(ctx_);
+        for (int cut = 1; cut <= kCuts; ++cut)
+            modWaveEdit::SplitWaveSeg(ctx_, LastSeg(), cut * kSampleMs, modWaveEdit::Log::Yes);
+        for (int step = kCuts; step < kSteps; ++step)
+            modWaveEdit::VolAdjust(ctx_, state.gWaveTrack[0].items.item(1 + step % kCuts).segIndex, 25,
+                                   modWaveEdit::Log::Yes);
+    }
+
+    /// @returns how many steps that were
+    int UndoAll() {
+        int steps = 0;
+        for (Replay replay(ctx_); desk_.state.gHistory.CanUndo(); ++steps) desk_.state.gHistory.Undo(replay);
+        return steps;
+    }
+    void RedoAll() {
+        for (Replay replay(ctx_); desk_.state.gHistory.CanRedo();) desk_.state.gHistory.Redo(replay);
+    }
+
+private:
+    [[nodiscard]] std::int32_t LastSeg() const {
+        const WaveSegs& items = desk_.state.gWaveTrack[0].items;
+        return items.item(items.Count()).segIndex;
+    }
+
+    Desk desk_;
+    MainForm form_;
+    NoPorts ports_;
+    EditContext ctx_{.state = desk_.state, .form = form_};
+};
+
+void MeasureUndo(const std::string& name, EditedSlide& slide) {
+    benchmark::RegisterBenchmark(name.c_str(),
+                                 [&slide](benchmark::State& run) {
+                                     for (auto _ : run) {
+                                         if (slide.UndoAll() != EditedSlide::kSteps) run.SkipWithError("failed");
+                                         run.PauseTiming();
+                                         slide.RedoAll();
+                                         run.ResumeTiming();
+                                     }
+                                 })
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+}
+
 void Measure(const char* name, Desk& desk) {
     benchmark::RegisterBenchmark(
         name,
@@ -135,6 +218,8 @@ int main(int argc, char** argv) {
     Desk written(disk, argv[1]);
     edited.Edit();
     written.Edit();
+    EditedSlide slide(disk, argv[1]);
+    MeasureUndo("Undo/1000", slide);
     Measure("SetPlayList/untouched", untouched);
     Measure("SetPlayList/edited", edited);
     Measure("SetPlayList/written", written);

@@ -27,6 +27,7 @@ class Job:
     length: int = None                  # ms that the output must have, give or take LENGTH_SLACK
     fresh_cache: pathlib.Path = None    # the user's cache folder, emptied before each run
     check: typing.Callable = None       # called with what was printed; throws when it is wrong
+    prepare: typing.Callable = None     # called ahead of each run
 
 
 @dataclasses.dataclass
@@ -55,6 +56,8 @@ def run_once(job, patience=0):
     """Runs a job to its end, with nothing of others left to be written to the disk."""
     for path in filter(None, (job.output, job.fresh_cache)):
         remove(path)
+    if job.prepare:
+        job.prepare()
     environment = dict(os.environ)
     if job.fresh_cache:
         environment["XDG_CACHE_HOME"] = str(job.fresh_cache)

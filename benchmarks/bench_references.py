@@ -42,12 +42,16 @@ def graph(play_list, picture, target):
 
 
 def melt_project(play_list, fps, path):
-    """The same edit as a project for melt, which cuts at its frames."""
+    """The same edit as a project for melt, which cuts at its frames. No picture may be held."""
     frames = lambda ms: round(ms * fps / 1000)
 
     def producer(name, source, without):
         return (f'<producer id="{name}"><property name="mlt_service">avformat</property><property name="resource">'
                 f'{saxutils.escape(str(source))}</property><property name="{without}_index">-1</property></producer>')
+
+    def shown(row):
+        first, count = frames(row.src), frames(row.end) - frames(row.pos)
+        return f'<entry producer="picture" in="{first}" out="{first + count - 1}"/>' if count else ""
 
     def entry(row):
         first, count = frames(row.src), frames(row.end) - frames(row.pos)
@@ -59,8 +63,7 @@ def melt_project(play_list, fps, path):
              'sample_aspect_num="1" sample_aspect_den="1" display_aspect_num="16" display_aspect_den="9" '
              'colorspace="601"/>', producer("picture", play_list.sources[0], "audio")]
     lines += [producer(f"s{i}", source, "video") for i, source in enumerate(play_list.sources)]
-    last = frames(play_list.length()) - 1
-    lines += [f'<playlist id="seen"><entry producer="picture" in="0" out="{last}"/></playlist>',
+    lines += ['<playlist id="seen">', *map(shown, play_list.frames), "</playlist>",
               '<playlist id="heard">', *map(entry, play_list.sounds), "</playlist>",
               '<tractor id="main"><track producer="seen" hide="audio"/><track producer="heard" hide="video"/>',
               "</tractor></mlt>"]

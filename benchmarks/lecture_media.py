@@ -6,6 +6,8 @@ import subprocess
 
 import lecture_reading as reading
 
+KEY_SECONDS = 5     # between the keyframes of a recording
+
 HERE = pathlib.Path(__file__).resolve().parent
 BUILD = HERE.parent / "build"
 
@@ -55,6 +57,17 @@ class Media:
             if self.outdated(target):
                 run(self.tool, "import", source, target)
         return [(target, reading.duration_ms(target)) for target in targets]
+
+    def project(self, codec, minutes, slides):
+        """A project of the recording, whose slides all have the same length, to a keyframe of it."""
+        folder = self.made / f"{codec}-{minutes}-{slides}-slides"
+        if not (folder / "project.qvp").exists():
+            step = minutes * 60 / slides
+            listed = self.made / "slides.txt"
+            starts = [round(i * step / KEY_SECONDS) * KEY_SECONDS for i in range(slides)]
+            listed.write_text("".join(f"{start * 1000} Slide {i + 1}\n" for i, start in enumerate(starts)))
+            run(self.tool, "new", self.recording(codec, minutes), folder, "--slides", listed)
+        return folder
 
     def big_project(self):
         """A project of eight hours and 2,000 slides."""
