@@ -12,6 +12,7 @@ build_packages=(
     qt6-base-dev
 )
 test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core)
+demo_packages=(espeak-ng)
 bench_packages=(libbenchmark-dev melt mpv ffmpeg espeak-ng python3 mkvtoolnix fonts-dejavu-core python3-pil)
 ci_packages=(clang-format clang-tidy clang libclang-rt-14-dev)
 

@@ -49,7 +49,7 @@ bool Replay::VolAdjust(std::int32_t segIndex, std::int32_t volDif) {
 }
 
 void Replay::WaitForSeek() {
-    constexpr std::chrono::milliseconds kPause{50};
+    constexpr std::chrono::milliseconds kPause{10};
     while (ctx_.state.gIsSeeking && !ctx_.state.isClosing) ctx_.world().user.Sleep(kPause);
 }
 

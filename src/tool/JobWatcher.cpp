@@ -30,11 +30,21 @@ JobWatcher::JobWatcher(std::string title) : title_(std::move(title)), onTerminal
 JobWatcher::~JobWatcher() {
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
+    Clear();
+}
+
+void JobWatcher::Clear() {
     if (onTerminal_ && shown_ >= 0) std::cerr << "\r\033[K" << std::flush;
+    shown_ = -1;
+}
+
+bool JobWatcher::IsToldToLeave() {
+    if (gLeave != 0) stop_.request_stop();
+    return stop_.stop_requested();
 }
 
 void JobWatcher::Show(int percent) {
-    if (gLeave != 0) stop_.request_stop();
+    (void)IsToldToLeave();
     if (!onTerminal_ || percent == shown_) return;
     shown_ = percent;
     const int filled = kBarWidth * percent / 100;

@@ -26,6 +26,9 @@ public:
 
     /// For calls that work until they return: shows how far they are.
     void Show(int percent);
+    /// Takes the bar away, until the next Show.
+    void Clear();
+    [[nodiscard]] bool IsToldToLeave();
     /// Stopped when the user wants to leave.
     [[nodiscard]] std::stop_token StopToken() const { return stop_.get_token(); }
 

@@ -4,6 +4,7 @@
 
 #include "Commands.h"
 #include "Common.h"
+#include "Edit.h"
 #include "NewProject.h"
 #include "ProjectInfo.h"
 #include "Thumbnails.h"
@@ -22,6 +23,7 @@ struct Arguments {
     tool::PeaksArguments peaks;
     tool::ContainerArguments container;
     tool::NewArguments project;
+    tool::EditArguments edit;
 };
 
 void AddProjectCommands(CLI::App& app, Context& context, Arguments& arguments, std::function<int()>& chosen) {
@@ -107,6 +109,16 @@ void AddMakingCommands(CLI::App& app, Context& context, Arguments& arguments, st
     container->callback([&] { chosen = [&] { return tool::Container(context, wanted); }; });
 }
 
+void AddEditCommand(CLI::App& app, Context& context, Arguments& arguments, std::function<int()>& chosen) {
+    auto& wanted = arguments.edit;
+    auto* edit = app.add_subcommand("edit", "Edit a project by a script, as its window would; prints JSON");
+    edit->add_option("FOLDER", wanted.folder, "The project's folder")->required();
+    edit->add_option("SCRIPT", wanted.script, "A file with one command a line; standard input without it");
+    edit->add_flag("--direct", wanted.direct, "Open as the editor opens a path of its command line: checked quickly");
+    edit->add_flag("--keep-going", wanted.keepGoing, "Go on behind an unknown command or a wrong argument");
+    edit->callback([&] { chosen = [&] { return tool::Edit(context, wanted); }; });
+}
+
 int Run(int argc, char** argv) {
     CLI::App app("Makes, reads and changes recorded lectures without a window.", "qvtool");
     app.set_version_flag("--version", "qvtool " MIRRANE_VERSION);
@@ -121,6 +133,7 @@ int Run(int argc, char** argv) {
     AddProjectCommands(app, context, arguments, chosen);
     AddReadingCommands(app, context, arguments, chosen);
     AddMakingCommands(app, context, arguments, chosen);
+    AddEditCommand(app, context, arguments, chosen);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,10 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -13,43 +8,16 @@
 #include <tuple>
 #include <vector>
 
+#include "ToolFolder.h"
+
 namespace fs = std::filesystem;
 using nlohmann::json;
 using Names = std::vector<std::string>;
 
 namespace {
 
-struct Result {
-    int status = 0;
-    std::string out;
-    std::string err;
-};
-
-/// Runs qvtool in a folder of its own, as a person at a shell does.
-class Tool : public testing::Test {
+class Tool : public ToolFolder {
 protected:
-    Tool() {
-        fs::remove_all(folder_);
-        fs::create_directories(folder_);
-    }
-
-    [[nodiscard]] Result Run(const std::string& arguments, const std::string& before = {}) const {
-        return Command(before + " XDG_CACHE_HOME='" + folder_.string() + "/cache' '" QVTOOL_PATH "' " + arguments);
-    }
-
-    [[nodiscard]] Result Command(const std::string& words) const {
-        const std::string command = "cd '" + folder_.string() + "' && { " + words + "; } 2>err.txt";
-        FILE* pipe = popen(command.c_str(), "r");
-        Result result;
-        char buffer[4096];
-        for (std::size_t got = 0; (got = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-            result.out.append(buffer, got);
-        result.status = WEXITSTATUS(pclose(pipe));
-        std::ifstream errors(folder_ / "err.txt");
-        result.err.assign(std::istreambuf_iterator<char>(errors), {});
-        return result;
-    }
-
     /// That a run fails with this in its words: one line, but for wrong arguments (status 2).
     void ExpectRefused(const std::string& arguments, const std::string& reason, int status = 1) const {
         const Result result = Run(arguments);
@@ -63,10 +31,6 @@ protected:
     /// All that lies in the folder, apart from what this class and the tool keep there.
     [[nodiscard]] std::string Tree() const {
         return Command("find . -mindepth 1 ! -name err.txt ! -path './cache*' | sort").out;
-    }
-
-    void Shell(const std::string& command) const {
-        ASSERT_EQ(std::system(("cd '" + folder_.string() + "' && " + command).c_str()), 0) << command;
     }
 
     [[nodiscard]] Names Files(const std::string& below = {}) const {
@@ -100,9 +64,6 @@ protected:
         return Command("ffprobe -v error -show_entries stream=codec_name,width,height -of csv=p=0 '" + picture + "'")
             .out;
     }
-
-    const fs::path folder_ =
-        fs::path(MIRRANE_TEST_TMP) / "Tool" / testing::UnitTest::GetInstance()->current_test_info()->name();
 };
 
 const std::string kDemo = "'" MIRRANE_SOURCE_DIR "/data/demo/demo.webm'";
