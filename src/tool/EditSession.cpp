@@ -4,8 +4,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
+#include <stdexcept>
 #include <vector>
 
+#include "base/Disk.h"
 #include "base/Text.h"
 #include "store/Opening.h"
 
@@ -97,6 +99,8 @@ EditSession::EditSession(const Context& context)
 bool EditSession::Open(const std::filesystem::path& folder, Opening how) {
     folder_ = absolute(folder).lexically_normal();
     if (!folder_.has_filename()) folder_ = folder_.parent_path();
+    // The opening would make a folder where none is, which nobody wants of a mistyped path.
+    if (!mirrane::FolderExists(folder_)) throw std::runtime_error(folder_.string() + ": there is no such folder");
     const std::string document = how == Opening::Direct ? (folder_ / kProjectFileName).string() : std::string();
     mirrane::basMixMain::Main(state_, check_, *this, document);
     if (!editor_) return false;

@@ -341,6 +341,8 @@ TEST_F(Edit, WhatMakesNoSenseIsRefusedWithAReason) {
     EXPECT_EQ(stopped.status, 2) << stopped.out;
     EXPECT_EQ(stopped.err, "qvtool: standard input: line 3: 3 does not lie between 1 and 2\n");
     EXPECT_EQ(Run("edit P none.txt").err, "qvtool: none.txt: cannot be read\n");
+    EXPECT_NE(Run("edit nowhere").err.find("nowhere: there is no such folder\n"), std::string::npos);
+    EXPECT_FALSE(fs::exists(folder_ / "nowhere"));
     EXPECT_EQ(HashOf("P"), before);
 }
 
