@@ -149,16 +149,18 @@ bool GoesOn(const CWaveSeg& left, const CWaveSeg& right) {
            right.volPercent == left.volPercent;
 }
 
+/// Several may meet there, where sound was laid over other sound of the same file. The pieces of the newest cut, which is
+/// undone first, have the highest numbers.
 Meeting MeetingAt(EditContext& ctx, const CWaveTrack& track, Ms time) {
     Step(ctx, "Set left waveSeg");
     Meeting meeting;
     for (const CWaveSeg& left : track.items) {
         if (left.slideIndex != ctx.curSlide() || left.posEnd != time) continue;
-        // The first one that ends there need not be it: what was cut off under another may end there too.
-        meeting.left = &left;
+        if (meeting.left == nullptr) meeting.left = &left;
         Step(ctx, "Set right waveSeg");
         for (const CWaveSeg& right : track.items)
-            if (GoesOn(left, right)) return {&left, &right};
+            if (GoesOn(left, right) && (meeting.right == nullptr || right.segIndex > meeting.right->segIndex))
+                meeting = {&left, &right};
     }
     return meeting;
 }

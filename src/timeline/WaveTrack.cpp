@@ -4,8 +4,18 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 namespace mirrane {
+
+namespace {
+
+/// Where two begin together, one lies under the end of the other: the shorter one goes first, so that it is heard.
+bool StandsBefore(const WaveSegRecord& a, const WaveSegRecord& b) {
+    return std::tie(a.pos, a.posEnd, a.segIndex) < std::tie(b.pos, b.posEnd, b.segIndex);
+}
+
+}  // namespace
 
 void CWaveViews::Load(std::int32_t segIndex) {
     if (!loaded_.insert(segIndex).second)
@@ -89,7 +99,7 @@ bool CWaveTrack::Add(WaveSegRecord record, WavePlace place) {
     std::int32_t before = 1;
     for (const CWaveSeg& other : items) {
         if (other.slideIndex > seg->slideIndex) break;
-        if (other.slideIndex == seg->slideIndex && seg->pos < other.pos) {
+        if (other.slideIndex == seg->slideIndex && StandsBefore(*seg, other)) {
             if (other.trackIndex == seg->trackIndex) break;
             ShowMessage(world_, "TrackIndex mismatch!", "CWaveTrack.Add");
             return true;

@@ -162,8 +162,9 @@ private:
 /// The keys held while something is selected.
 enum class SelectShift { None = 0, Shift = 1, Control = 2 };
 
-/// What the user edits of one track: its segments, sorted by slide and, within a slide, by pos; of equal ones the older
-/// stands first. There may be gaps; that segments of a track do not overlap is up to those who put them.
+/// What the user edits of one track: its segments, sorted by slide and, within a slide, by pos; of equal ones the shorter,
+/// then the one with the lower number, stands first. There may be gaps; that segments of a track do not overlap is up to
+/// those who put them.
 class CWaveTrack {
 public:
     /// @param views of both tracks; outlive this, as does the world

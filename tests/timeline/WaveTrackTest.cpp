@@ -33,15 +33,16 @@ struct WaveTrack : testing::Test {
 };
 
 TEST_F(WaveTrack, KeepsTheOrderOfSlideAndTime) {
-    Begin("2#4:64000-128000<0 1#2:64-128<0 1#8:0-64<0 1#10:64-128<0 3#6:0-1<0 2#12:64000-64064<0 1#14:192-200<0");
+    Begin("2#4:64000-128000<0 1#10:64-128<0 1#8:0-64<0 1#2:64-128<0 3#6:0-1<0 2#12:64000-64064<0 1#14:192-200<0");
     EXPECT_EQ(ToText(track),
-              "1#8:0-64<0 1#2:64-128<0 1#10:64-128<0 1#14:192-200<0 2#4:64000-128000<0 2#12:64000-64064<0 3#6:0-1<0");
+              "1#8:0-64<0 1#2:64-128<0 1#10:64-128<0 1#14:192-200<0 2#12:64000-64064<0 2#4:64000-128000<0 3#6:0-1<0")
+        << "of equal ones the shorter, then the lower number";
     EXPECT_EQ(track.getItemIndex(10) * 10 + track.getItemIndex(16), 29);
     EXPECT_EQ(&track.items.byKey(14), &track.items.item(4));
     EXPECT_THROW((void)track.items.item(8), std::out_of_range);
     track.ShiftPos(2, -64064);
     EXPECT_EQ(ToText(track),
-              "1#8:0-64<0 1#2:64-128<0 1#10:64-128<0 1#14:192-200<0 2#4:-64-63936<0 2#12:-64-0<0 3#6:-64064--64063<0");
+              "1#8:0-64<0 1#2:64-128<0 1#10:64-128<0 1#14:192-200<0 2#12:-64-0<0 2#4:-64-63936<0 3#6:-64064--64063<0");
 }
 
 TEST_F(WaveTrack, RemembersItsHighestNumber) {
