@@ -9,9 +9,9 @@ build_packages=(
     g++ cmake ninja-build pkg-config
     libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev
     libopus-dev libdeflate-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libgtest-dev
-    qt6-base-dev
+    qt6-base-dev qt6-svg-dev libcubeb-dev
 )
-test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core)
+test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core pulseaudio)
 demo_packages=(espeak-ng)
 bench_packages=(libbenchmark-dev melt mpv ffmpeg espeak-ng python3 mkvtoolnix fonts-dejavu-core python3-pil)
 ci_packages=(clang-format clang-tidy clang libclang-rt-14-dev)

@@ -29,7 +29,7 @@ public:
     /// Shows the small status window `frmStatus` with a text, painted when this returns, over what blocks next.
     virtual void ShowStatus(const std::string& text) = 0;
     virtual void HideStatus() = 0;
-    /// Disables the windows and shows the waiting pointer, or takes both back.
+    /// Shows the waiting pointer, or takes it back; calls are counted.
     virtual void SetBusyCursor(bool busy) = 0;
     /// Lets pending events run.
     virtual void RunEvents() = 0;

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QDialog>
+#include <QString>
+#include <functional>
+#include <memory>
+
+#include "editing/EditContext.h"
+#include "editing/SetPos.h"
+#include "editing/SetVol.h"
+#include "shell/Progress.h"
+
+namespace mirrane {
+
+/// A text of a form of res.xml; "\r\n" is a plain line end.
+using WordsOfForms = std::function<QString(const char* form, const char* key)>;
+
+/// frmWaveSegVol, "Set Volume": shows it modally on a window; in and out by EditorState::gVolDialogValue.
+void ShowSetVol(EditorState& state, const WordsOfForms& words, QWidget* parent);
+
+/// frmMixSetPos: modeless; the window shows it as long as MainForm::isSetPosOpen says so. When the user closes it, it
+/// tells MainForm, from inside itself: whoever takes it away then uses deleteLater.
+class SetPosDialog final : public QDialog {
+public:
+    SetPosDialog(EditContext& ctx, const WordsOfForms& words, QWidget* parent);
+    ~SetPosDialog() override;
+    SetPosDialog(const SetPosDialog&) = delete;
+    SetPosDialog& operator=(const SetPosDialog&) = delete;
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+/// A job's window, frmProgress or frmCreateThumb: follows its rules, and cannot be closed while the job runs. Window-modal
+/// in looks only: who holds the editor's window is the logic's affair.
+class JobDialog final : public QDialog {
+public:
+    /// @param rules  outlives this
+    /// @param lThumb a line that stays while the caption tells how far the job is, as in frmCreateThumb; empty: the line
+    ///               tells it
+    JobDialog(ProgressWindow& rules, const QString& objectName, QWidget* parent, const QString& lThumb = {});
+    ~JobDialog() override;
+    JobDialog(const JobDialog&) = delete;
+    JobDialog& operator=(const JobDialog&) = delete;
+    void reject() override;
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+/// frmStatus: a small frameless window on top of all others, over what blocks next.
+class StatusWindow final : public QWidget {
+public:
+    explicit StatusWindow(QWidget* parent = nullptr);
+    ~StatusWindow() override;
+    StatusWindow(const StatusWindow&) = delete;
+    StatusWindow& operator=(const StatusWindow&) = delete;
+    /// Painted when this returns.
+    void ShowText(const QString& text);
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace mirrane

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QHash>
+#include <QImage>
+#include <QListWidget>
+#include <filesystem>
+
+#include "editing/EditContext.h"
+
+namespace mirrane {
+
+/// ListView: the slides, each with its small picture, number, title and recorded length. Its rows and their selection are
+/// those of the editor's table.
+class SlideListWidget final : public QListWidget {
+public:
+    /// @param ctx outlives this
+    explicit SlideListWidget(EditContext& ctx, QWidget* parent = nullptr);
+    ~SlideListWidget() override;
+    SlideListWidget(const SlideListWidget&) = delete;
+    SlideListWidget& operator=(const SlideListWidget&) = delete;
+
+    /// The table or MainForm has changed.
+    void Refresh();
+    /// The small pictures may have been made anew.
+    void ReloadThumbs();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void FillRows();
+    void ShowSelection();
+    void TakeSelection();
+    [[nodiscard]] std::filesystem::path ThumbOf(int row) const;
+
+    EditContext& ctx_;
+    QHash<QString, QImage> thumbs_;
+    bool isTakeWanted_ = false;  ///< TakeSelection is on its way
+    int shown_ = 0;              ///< the current row that was scrolled to last
+};
+
+}  // namespace mirrane

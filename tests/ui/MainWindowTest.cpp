@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "ui/MainWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QTimer>
+#include <QToolButton>
+
+#include "WindowOnProject.h"
+#include "base/Text.h"
+#include "editing/Commands.h"
+#include "support/Basics.h"
+#include "ui/PictureView.h"
+#include "ui/ProgSlider.h"
+#include "ui/SlideListWidget.h"
+
+namespace mirrane {
+
+using std::filesystem::path;
+
+/// The window on a project of two slides of 3 s.
+struct MainWindowOnSlides : testing::Test {
+    MainWindowOnSlides() : project(base / "project") {
+        for (const char* name : {"temp", "project"}) create_directories(base / name);
+        const std::string row = "<item><title>t</title><recdate>d</recdate><pos>";
+        Disk().Write(project / "project.qvp",
+                     ReplaceAll(ReadFile(MIRRANE_SOURCE_DIR "/data/default.qvp"), "00:00\" type=\"OL\"/>",
+                                "00:06\">" + row + "0</pos></item>" + row + "3000</pos></item></index>"));
+        support::Output(
+            "ffmpeg -v error -f lavfi -i testsrc=size=160x90:rate=10:duration=6 -f lavfi "
+            "-i sine=duration=6 -c:a pcm_s16le " +
+            support::Quoted(base / "rec.mkv"));
+        qv::MakeEngine({}).recordings->MakeContainer(
+            {.recording = base / "rec.mkv", .target = project / "media.qv", .keys = {0, 3000}}, {});
+        on = std::make_unique<WindowOnProject>(project, base / "temp");
+    }
+
+    template <typename Widget = QToolButton>
+    Widget& Find(const char* name) {
+        return *on->window->findChild<Widget*>(name);
+    }
+    void Click(const char* name) {
+        ClickAt(Find(name), Find(name).rect().center());
+        on->Settle();
+    }
+    void Choose(int row) {
+        auto& list = Find<SlideListWidget>("ListView");
+        ClickAt(*list.viewport(), list.visualItemRect(list.item(row - 1)).center());
+        on->Settle();
+    }
+    /// To whatever has the focus, as a keyboard does.
+    void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QWidget* focus = on->window->focusWidget();
+        PressKey(focus != nullptr ? *focus : *on->window, key, modifiers);
+        on->Settle();
+    }
+    void SplitAt(Ms ms) {
+        on->window->TheEditor().transport.SeekInSlide(ms);
+        on->Settle();
+        modCommands::mnuSplit_Click(on->window->TheEditor().edit);
+        on->Settle();
+    }
+    /// Closes the window, and presses a button in the box that comes up. @returns whether one came
+    bool CloseAnswering(QMessageBox::StandardButton button) {
+        bool isAsked = false;
+        QTimer watcher;
+        QObject::connect(&watcher, &QTimer::timeout, [&isAsked, button] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (box == nullptr) return;
+            isAsked = true;
+            box->button(button)->click();
+        });
+        watcher.start(10);
+        on->window->close();
+        on->Settle();
+        return isAsked;
+    }
+    int Segments() const { return on->state.gWaveTrack[0].Count(); }
+
+    const path base = support::TestFolder();
+    const path project;
+    std::unique_ptr<WindowOnProject> on;
+};
+
+TEST_F(MainWindowOnSlides, FollowsTheListPlaysUndoesAndSaves) {
+    Choose(2);
+    EXPECT_EQ(on->state.gGrid.CurrIndex(), 2);
+    EXPECT_TRUE(!Find("cmdNext").isEnabled() && Find("cmdPrev").isEnabled());
+    EXPECT_EQ(Find("lPlayInfo").text(), "0:00:00.0 / 0:00:03.0");
+    EXPECT_EQ(on->window->focusWidget(), &Find<QWidget>("ListView"));
+    const QString play = Find("cmdPlay").text();
+    Press(Qt::Key_Space);
+    EXPECT_EQ(on->player->State(), qv::PlayState::Playing);
+    EXPECT_NE(Find("cmdPlay").text(), play);
+    on->Settle([this] { return Find<ProgSlider>("ProgCtrl").value() > 0; });
+    EXPECT_GT(Find<ProgSlider>("ProgCtrl").value(), 0);
+    Press(Qt::Key_Space);
+    EXPECT_TRUE(on->player->State() == qv::PlayState::Paused && Find("cmdPlay").text() == play);
+
+    EXPECT_FALSE(Find("Save").isEnabled());
+    SplitAt(1000);
+    EXPECT_TRUE(Segments() == 3 && on->window->isWindowModified() && Find("Undo").isEnabled());
+    Press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(Segments() == 2 && !on->window->isWindowModified());
+    Press(Qt::Key_Y, Qt::ControlModifier);
+    EXPECT_EQ(Segments(), 3);
+    const auto before = last_write_time(project / "media.qv");
+    Click("Save");
+    EXPECT_NE(last_write_time(project / "media.qv"), before);
+    EXPECT_FALSE(Find("Save").isEnabled() || on->window->isWindowModified());
+    EXPECT_EQ(on->window->focusWidget(), &Find<QWidget>("ListView"));
+}
+
+TEST_F(MainWindowOnSlides, AsksBeforeItClosesWithUnsavedWork) {
+    SplitAt(1000);
+    EXPECT_TRUE(CloseAnswering(QMessageBox::Cancel));
+    EXPECT_TRUE(on->window->isVisible() && on->ends.empty());
+    on->state.busyDepth = 1;
+    on->window->close();
+    EXPECT_TRUE(on->window->isVisible());
+    on->state.busyDepth = 0;
+    on->window->resize(1000, 700);
+    EXPECT_TRUE(CloseAnswering(QMessageBox::No));
+    EXPECT_EQ(on->ends, "closed ");
+    EXPECT_TRUE(on->doubled.settings.Get("editor window", "geometry").has_value());
+}
+
+TEST_F(MainWindowOnSlides, LeavesKeysToTextFieldsAndToButtonsReachedByTab) {
+    QLineEdit field(on->window.get());
+    field.show();
+    field.setFocus();
+    Press(Qt::Key_Space);
+    EXPECT_EQ(field.text(), " ");
+    EXPECT_EQ(on->player->State(), qv::PlayState::Stopped);
+    Find<QWidget>("chkAuto").setFocus(Qt::TabFocusReason);
+    Press(Qt::Key_Space);
+    EXPECT_TRUE(on->window->TheEditor().form.chkAuto);
+    EXPECT_EQ(on->player->State(), qv::PlayState::Stopped);
+    Click("cmdPlay");
+    EXPECT_EQ(on->player->State(), qv::PlayState::Playing);
+    const FormHold hold(on->window->TheEditor().form);
+    Press(Qt::Key_Space);
+    EXPECT_FALSE(Find("cmdStop").isEnabled());
+    EXPECT_EQ(on->player->State(), qv::PlayState::Playing);
+}
+
+TEST(PictureView, FitsThePictureIntoItsRoom) {
+    EXPECT_EQ(FittedRect({160, 90}, {320, 200}), QRect(0, 10, 320, 180));
+    EXPECT_EQ(FittedRect({90, 160}, {200, 320}), QRect(10, 0, 180, 320));
+    EXPECT_TRUE(FittedRect({0, 90}, {200, 320}).isEmpty());
+}
+
+TEST(ProgSlider, TellsWhereTheMouseWasLetGoAndStaysWhereItIs) {
+    ProgSlider slider;
+    slider.resize(203, 18);
+    std::vector<float> told;
+    slider.onRelease = [&told](float fraction) { told.push_back(fraction); };
+    for (const int x : {0, 100, 202}) ClickAt(slider, {x, 9});
+    ClickAt(slider, {50, 9}, Qt::RightButton);
+    PressKey(slider, Qt::Key_End);
+    EXPECT_EQ(told, (std::vector<float>{0, 0.495F, 1, 1}));
+    EXPECT_EQ(slider.value(), 0);
+}
+
+}  // namespace mirrane

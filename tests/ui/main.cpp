@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <cstdlib>
+#include <string_view>
+
+#include "Screenshots.h"
+
+/// The windows' tests need an application; it shows them nowhere unless a platform is asked for. With
+/// "--screenshots FOLDER PROJECT" it makes pictures of them instead.
+int main(int argc, char** argv) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    testing::InitGoogleTest(&argc, argv);
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    if (argc == 4 && std::string_view(argv[1]) == "--screenshots")
+        return screenshots::MakeScreenshots(argv[2], argv[3]);
+    return RUN_ALL_TESTS();
+}
