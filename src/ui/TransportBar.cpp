@@ -26,10 +26,10 @@ TransportBar::TransportBar(EditContext& ctx, Transport& transport, const Icons& 
     : QWidget(parent), ctx_(ctx), transport_(transport), icons_(icons), words_(std::move(words)) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(6, 4, 6, 4);
-    cmdPrev_ = AddButton(Control::cmdPrev, &Transport::cmdPrev_Click);
-    cmdPlay_ = AddButton(Control::cmdPlay, &Transport::cmdPlay_Click);
-    cmdStop_ = AddButton(Control::cmdStop, &Transport::cmdStop_Click);
-    cmdNext_ = AddButton(Control::cmdNext, &Transport::cmdNext_Click);
+    cmdPrev_ = AddButton(Control::cmdPrev, [this] { transport_.cmdPrev_Click(); });
+    cmdPlay_ = AddButton(Control::cmdPlay, [this] { transport_.cmdPlay_Click(); });
+    cmdStop_ = AddButton(Control::cmdStop, [this] { transport_.cmdStop_Click(); });
+    cmdNext_ = AddButton(Control::cmdNext, [this] { transport_.cmdNext_Click(); });
     ProgCtrl_ = new ProgSlider;
     ProgCtrl_->setAccessibleName(words_("ProgCtrl"));
     ProgCtrl_->tipAt = [this](float fraction) { return QString::fromStdString(transport_.ProgCtrlTip(fraction)); };
@@ -45,7 +45,7 @@ TransportBar::TransportBar(EditContext& ctx, Transport& transport, const Icons& 
     ReloadIcons();
 }
 
-QToolButton* TransportBar::AddButton(Control control, void (Transport::*click)()) {
+QToolButton* TransportBar::AddButton(Control control, std::function<void()> click) {
     auto* button = new QToolButton;
     const std::string name = NameOf(control);
     button->setObjectName(QString::fromStdString(name));
@@ -54,7 +54,7 @@ QToolButton* TransportBar::AddButton(Control control, void (Transport::*click)()
     button->setToolTip(words_((name + "Tip").c_str()));
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::TabFocus);
-    connect(button, &QToolButton::clicked, this, [this, click] { (transport_.*click)(); });
+    connect(button, &QToolButton::clicked, this, std::move(click));
     layout()->addWidget(button);
     return button;
 }

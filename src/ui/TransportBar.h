@@ -27,7 +27,7 @@ public:
     void ReloadIcons();
 
 private:
-    [[nodiscard]] QToolButton* AddButton(Control control, void (Transport::*click)());
+    [[nodiscard]] QToolButton* AddButton(Control control, std::function<void()> click);
     void AddTime();
     void FollowPlay();
 

@@ -5,6 +5,7 @@
 
 #include <string>
 #include <thread>
+#include <utility>
 
 namespace mirrane {
 
@@ -23,12 +24,13 @@ TEST(EventLoop, RunsPostsInOrderAndNoTimerWithinItself) {
     loop.RunEvents();
     EXPECT_EQ(ran, "abc");
     ran.clear();
+    bool hasBeat = false;
     loop.Every(milliseconds(20), [&] {
         ran += "(";
-        loop.RunFor(milliseconds(70));
+        loop.RunUntil([&] { return hasBeat; }, std::chrono::seconds(5));
         ran += ")";
     });
-    loop.Every(milliseconds(50), [&] { ran += "."; });
+    loop.Every(milliseconds(50), [&] { ran += std::exchange(hasBeat, true) ? "" : "."; });
     loop.RunFor(milliseconds(40));
     EXPECT_EQ(ran, "(.)");
 }

@@ -15,6 +15,9 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
+/// How long others on the machine may keep a thread waiting.
+constexpr int kBusyMs = 300;
+
 int MsSince(Clock::time_point begin) { return static_cast<int>((Clock::now() - begin) / 1ms); }
 
 /// What happens to the sound server after 300 ms of playing.
@@ -83,10 +86,12 @@ TEST_P(DeviceSoundOutTest, TimeGoesOnWhateverHappensAndTheNextStartIsHeard) {
     Start();
     LostIn(300);
     Signal(trouble.signal);
-    EXPECT_NEAR(LostIn(trouble.watchedMs), trouble.lostMs / 2, trouble.lostMs / 2 + 30);
+    const int lost = LostIn(trouble.watchedMs);
+    EXPECT_GT(lost, -kBusyMs);
+    EXPECT_LT(lost, trouble.lostMs + kBusyMs);
     const auto begin = Clock::now();
     out_->Stop();
-    EXPECT_LT(MsSince(begin), 200);
+    EXPECT_LT(MsSince(begin), 200 + kBusyMs);
     EXPECT_EQ(log_, trouble.log);
 
     Signal(SIGKILL);
@@ -100,14 +105,14 @@ TEST_P(DeviceSoundOutTest, TimeGoesOnWhateverHappensAndTheNextStartIsHeard) {
     std::memcpy(heard.data(), bytes.data(), heard.size() * sizeof(float));
     std::erase(heard, 0.0F);
     for (std::size_t i = 0; i < heard.size(); ++i) ASSERT_EQ(heard[i] * (1 << 20), static_cast<float>(i + 1));
-    EXPECT_NEAR(static_cast<int>(heard.size() / 48), static_cast<int>(out_->Played() / 48), 100);
+    EXPECT_NEAR(static_cast<int>(heard.size() / 48), static_cast<int>(out_->Played() / 48), kBusyMs);
 }
 
 INSTANTIATE_TEST_SUITE_P(Troubles, DeviceSoundOutTest,
                          testing::Values(Trouble{"None", 0, 3000, 60, ""},
                                          Trouble{"NoServer", -1, 800, 60, "there is no sound device"},
                                          Trouble{"Killed", SIGKILL, 800, 150, "the sound device is lost"},
-                                         Trouble{"Hanging", SIGSTOP, 900, 600, "the sound device is lost"}),
+                                         Trouble{"Hanging", SIGSTOP, 1500, 600, "the sound device is lost"}),
                          [](const auto& trouble) { return trouble.param.name; });
 
 }  // namespace

@@ -70,14 +70,20 @@ TEST(SetVolDialog, KeysAndClicks) {
         doubles::World doubled;
         EditorState state(doubled.world);
         std::ostringstream seen;
-        QTimer::singleShot(std::chrono::milliseconds(20), [&, &script = script] {
-            QWidget& dialog = *QApplication::activeModalWidget();
+        QTimer user;
+        QObject::connect(&user, &QTimer::timeout, &user, [&, &script = script] {
+            QWidget* const shown = QApplication::activeModalWidget();
+            const auto* const box = shown != nullptr ? shown->findChild<QLineEdit*>("txtVolPct") : nullptr;
+            if (box == nullptr || !box->hasSelectedText()) return;  // it has not come up yet
+            user.stop();
+            QWidget& dialog = *shown;
             Do(dialog, script);
             seen << dialog.findChild<QLineEdit*>("txtVolPct")->text().toStdString() << ' '
                  << dialog.findChild<QScrollBar*>("VScroll")->value() << ' ' << state.gVolDialogValue
                  << (dialog.isVisible() ? " open " : " closed ");
             dialog.close();
         });
+        user.start(std::chrono::milliseconds(5));
         ShowSetVol(state, WordsOf(doubled.world), nullptr);
         for (const MessageBox& box : doubled.user.boxes) seen << box.text;
         EXPECT_EQ(seen.str(), expected) << script;
