@@ -204,12 +204,13 @@ void TimelineView::Impl::PopUp(const TrackMenu& offered, const QPoint& at) {
 
 TimelineView::TimelineView(EditContext& ctx, Actions actions, const std::function<QString(const char* key)>& words,
                            QWidget* parent)
-    : QWidget(parent), impl_(std::make_unique<Impl>(*this, ctx, std::move(actions), words)) {
+    : QWidget(parent) {
+    OfferSegsToReaders();  // ahead of the canvas: a reader keeps the first thing that it is told of a widget
+    impl_ = std::make_unique<Impl>(*this, ctx, std::move(actions), words);
     setObjectName("timeline");
     const int barHeight = findChild<QScrollBar*>()->sizeHint().height();
     setFixedHeight(kViewportTop + kHeight + 1 + barHeight);
     setMinimumWidth(kViewportLeft + kLeastViewport + 1);
-    OfferSegsToReaders();
     Refresh();
 }
 
