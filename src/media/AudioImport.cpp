@@ -114,7 +114,6 @@ void LayDown(MediaContext& media, const Imported& imported) {
     EditContext& edit = media.edit;
     const Ms pos = modPlacement::ImportQvaFile(edit, imported.file, modPlacement::PlacementPos(edit), imported.length,
                                                modPlacement::Existing::Push);
-    edit.transport->SetToolbar();
     edit.transport->SeekInSlide(CheckedSub(pos, media.state().gSlideList.GetPos(edit.curSlide())));
     modSelection::imgTrackPanel_Click(edit, kTrack2);
 }
