@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <cubeb/cubeb.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -11,6 +9,7 @@
 #include <thread>
 #include <utility>
 
+#include "device/Cubeb.h"
 #include "qvlib/ISoundOut.h"
 #include "sound/SoundFormat.h"
 
@@ -116,17 +115,6 @@ private:
     std::shared_ptr<ISoundOut> steady_;  ///< once the device is lost
 };
 
-struct CloseContext {
-    void operator()(cubeb* context) const { cubeb_destroy(context); }
-};
-
-struct CloseStream {
-    void operator()(cubeb_stream* stream) const {
-        cubeb_stream_stop(stream);
-        cubeb_stream_destroy(stream);
-    }
-};
-
 long OnData(cubeb_stream* /*stream*/, void* run, const void* /*input*/, void* output, long frames) noexcept {
     auto& to = *static_cast<Run*>(run);
     to.FillDevice({static_cast<float*>(output), static_cast<std::size_t>(frames * to.Channels())});
@@ -143,11 +131,8 @@ public:
     /// Connects to the sound server, ahead of the first Open.
     /// @returns false when there is none
     bool Connect() {
-        if (context_) return true;
-        cubeb* context = nullptr;
-        if (cubeb_init(&context, "Mirrane", nullptr) != CUBEB_OK) return false;
-        context_.reset(context);
-        return true;
+        if (!context_) context_ = ConnectToCubeb();
+        return context_ != nullptr;
     }
 
     [[nodiscard]] const std::shared_ptr<Run>& Current() const { return run_; }
@@ -198,9 +183,9 @@ private:
         context_.reset();
     }
 
-    std::unique_ptr<cubeb, CloseContext> context_;
+    CubebContext context_;
     std::shared_ptr<Run> run_;  ///< outlives its stream
-    std::unique_ptr<cubeb_stream, CloseStream> stream_;
+    CubebStream stream_;
 };
 
 /// The thread that deals with the device, so that nobody else ever waits for a sound server.
