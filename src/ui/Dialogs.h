@@ -33,8 +33,9 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// A job's window, frmProgress or frmCreateThumb: follows its rules, and cannot be closed while the job runs. Window-modal
-/// in looks only: who holds the editor's window is the logic's affair.
+/// A job's window, frmProgress or frmCreateThumb: follows its rules, and cannot be closed while the job runs. It is not
+/// modal: who holds the editor's window is the logic's affair, and when a modal window is gone as soon as it has come, the
+/// toolkit may take the focus for its own and leave the editor's window without the keyboard.
 class JobDialog final : public QDialog {
 public:
     /// @param rules  outlives this

@@ -61,7 +61,6 @@ void JobDialog::Impl::Follow() {
 JobDialog::JobDialog(ProgressWindow& rules, const QString& objectName, QWidget* parent, const QString& lThumb)
     : QDialog(parent) {
     setObjectName(objectName);
-    setWindowModality(Qt::WindowModal);
     impl_ = std::make_unique<Impl>(*this, rules, lThumb);
 }
 

@@ -344,7 +344,9 @@ void MainWindow::Impl::Refresh() {
         FollowEnabled(*list_, form_, Control::ListView);
     });
     list_->Refresh();
-    picture_->SetNote(form_.lSeek ? Word(kForm, "lSeek") : QString());
+    const QString note = form_.lSeek ? Word(kForm, "lSeek") : QString();
+    picture_->SetNote(note);
+    picture_->setAccessibleDescription(note);
     picture_->SetTitle(form_.mIsWebSlide ? QString::fromStdString(parts_.state.gGrid.GetTitle(editor_.edit.curSlide()))
                                          : QString());
     timeline_->Refresh();
