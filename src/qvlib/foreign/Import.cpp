@@ -32,8 +32,8 @@ private:
     std::int64_t done_ = 0;
 };
 
-Ms NearestMs(const std::filesystem::path& source, std::int64_t samples) {
-    const std::int64_t ms = (samples + kSamplesPerMs / 2) / kSamplesPerMs;
+Ms LengthOf(const std::filesystem::path& source, std::int64_t samples) {
+    const std::int64_t ms = NearestMs(samples);
     if (ms > std::numeric_limits<Ms>::max()) throw MediaError(source, "is longer than a timeline can be");
     return static_cast<Ms>(ms);
 }
@@ -48,7 +48,7 @@ void ImportSound(const std::filesystem::path& source, const std::filesystem::pat
     const auto write = [&writer](std::span<const std::uint8_t> packet) { writer.WriteSound(packet); };
     const std::int64_t samples = EncodeSound(imported, {sound.Channels(), bitrateKbit}, write, job);
     if (samples == 0) throw MediaError(source, "has no sound that can be decoded");
-    writer.Finish(samples, NearestMs(source, samples));
+    writer.Finish(samples, LengthOf(source, samples));
 }
 
 }  // namespace qv

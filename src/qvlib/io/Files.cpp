@@ -61,15 +61,17 @@ std::size_t ReadFile::ReadAt(std::int64_t offset, std::span<std::uint8_t> into) 
     return done;
 }
 
-NewFile::NewFile(std::filesystem::path target) : target_(std::move(target)), part_(target_.string() + ".part") {
+NewFile::NewFile(std::filesystem::path target, Appears appears)
+    : target_(std::move(target)), part_(target_.string() + (appears == Appears::AtOnce ? "" : ".part")) {
     fd_ = ::open(part_.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (fd_ < 0) ThrowErrno(target_);
+    if (appears == Appears::AtOnce) SyncFolder(target_.parent_path());
 }
 
 NewFile::~NewFile() {
     if (fd_ < 0) return;
     ::close(fd_);
-    ::unlink(part_.c_str());
+    if (part_ != target_) ::unlink(part_.c_str());
 }
 
 void NewFile::WriteAt(std::int64_t offset, std::span<const std::uint8_t> bytes) const {
@@ -95,12 +97,16 @@ void NewFile::Append(std::span<const std::uint8_t> bytes) {
 
 void NewFile::Patch(std::int64_t offset, std::span<const std::uint8_t> bytes) { WriteAt(offset, bytes); }
 
+void NewFile::Sync() const {
+    if (::fdatasync(fd_) != 0) ThrowErrno(target_);
+}
+
 void NewFile::Commit() {
     if (::fsync(fd_) != 0) ThrowErrno(target_);
     const int closing = std::exchange(fd_, -1);
-    if (::close(closing) != 0 || ::rename(part_.c_str(), target_.c_str()) != 0) {
+    if (::close(closing) != 0 || (part_ != target_ && ::rename(part_.c_str(), target_.c_str()) != 0)) {
         const int reason = errno;
-        ::unlink(part_.c_str());
+        if (part_ != target_) ::unlink(part_.c_str());
         errno = reason;
         ThrowErrno(target_);
     }

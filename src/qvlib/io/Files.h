@@ -35,12 +35,16 @@ private:
     std::int64_t modifiedNs_ = 0;
 };
 
-/// A new file that appears under its name only when it is whole: bytes go to "<name>.part" beside it, and Commit makes
-/// them durable and renames. Without Commit nothing is left behind.
+enum class Appears {
+    WhenWhole,  ///< bytes go to "<name>.part" beside it, Commit renames; without Commit nothing is left behind
+    AtOnce,     ///< and what was written stays, whatever happens
+};
+
+/// A new file under construction; Commit makes it durable.
 class NewFile {
 public:
     /// @throws MediaError when the folder does not take a new file
-    explicit NewFile(std::filesystem::path target);
+    explicit NewFile(std::filesystem::path target, Appears appears = Appears::WhenWhole);
     ~NewFile();
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
@@ -51,7 +55,9 @@ public:
     void Patch(std::int64_t offset, std::span<const std::uint8_t> bytes);
     /// Bytes appended so far.
     [[nodiscard]] std::int64_t Size() const { return size_; }
-    /// Flushes to disk and renames over the target.
+    /// Flushes to disk what was written so far; waits for the disk.
+    void Sync() const;
+    /// Flushes to disk; the file stands under its name then.
     void Commit();
 
 private:

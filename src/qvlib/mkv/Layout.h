@@ -15,6 +15,9 @@ namespace qv {
 /// The bytes that open every file.
 [[nodiscard]] const std::vector<std::uint8_t>& CanonicalEbmlHeader();
 
+/// The size of a Segment that is still being written.
+inline constexpr std::uint64_t kUnknownSize = 0x00FF'FFFF'FFFF'FFFF;
+
 /// The 12 bytes of a Segment of that many bytes of data.
 [[nodiscard]] std::vector<std::uint8_t> SegmentHead(std::uint64_t size);
 

@@ -75,6 +75,7 @@ MkvReader::MkvReader(const std::filesystem::path& file) : file_(file) {
     ReadEbmlHeader();
     ReadHead();
     ReadBehindClusters();
+    FindEnd();
 }
 
 void MkvReader::ReadEbmlHeader() {
@@ -90,6 +91,7 @@ void MkvReader::ReadEbmlHeader() {
     const auto segmentAt = static_cast<std::int64_t>(head->headSize + head->size);
     const auto segment = ebml::ParseHead(window.View(segmentAt, ebml::kMaxHeadSize));
     if (!segment || segment->id != ebml::kSegment) throw MediaError(Path(), "is a damaged media container");
+    segmentIsOpen_ = segment->unknownSize;
     segmentData_ = segmentAt + static_cast<std::int64_t>(segment->headSize);
 }
 
@@ -220,6 +222,7 @@ std::optional<Ms> MkvReader::Fact(const std::string& name) const {
 }
 
 Ms MkvReader::Duration() const {
+    if (unfinishedMs_) return *unfinishedMs_;
     if (const auto told = Fact(fact::kDuration)) return std::max(0, *told);
     const double ms = durationUnits_ * static_cast<double>(timestampScale_) / 1e6;
     if (!(ms > 0) || ms > std::numeric_limits<Ms>::max()) return 0;
@@ -334,7 +337,7 @@ void BlockCursor::Fail(const std::string& reason) const {
 }
 
 std::optional<Block> BlockCursor::Next() {
-    while (at_ < reader_->File().Size()) {
+    while (at_ < reader_->End()) {
         const auto head = ebml::ParseHead(window_.View(at_, ebml::kMaxHeadSize));
         if (!head) Fail("is damaged");
         const auto data = at_ + static_cast<std::int64_t>(head->headSize);
@@ -343,7 +346,7 @@ std::optional<Block> BlockCursor::Next() {
             at_ = data;
             continue;
         }
-        const std::int64_t left = reader_->File().Size() - data;
+        const std::int64_t left = reader_->End() - data;
         if (head->unknownSize || left < 0 || head->size > static_cast<std::uint64_t>(left))
             Fail("is cut short or damaged");
         at_ = data + static_cast<std::int64_t>(head->size);

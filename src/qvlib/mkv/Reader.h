@@ -89,7 +89,8 @@ public:
     [[nodiscard]] const TrackInfo* Sound() const;
     /// The global tag as a number; nothing when it is missing or no number that fits.
     [[nodiscard]] std::optional<Ms> Fact(const std::string& name) const;
-    /// The length told by the facts, else by the container, else 0.
+    /// The length told by the facts, else by the container, else 0; of a file that its writer could not finish, that of
+    /// the sound in it.
     [[nodiscard]] Ms Duration() const;
     /// In the order of the file. A file without an index is read through for it.
     [[nodiscard]] std::vector<Cue> Cues() const;
@@ -98,6 +99,9 @@ public:
 
     [[nodiscard]] std::int64_t SegmentData() const { return segmentData_; }
     [[nodiscard]] std::int64_t FirstCluster() const { return firstCluster_; }
+    /// Where the blocks end: the file's size, or of a file that its writer could not finish, the end of its last cluster
+    /// that is whole.
+    [[nodiscard]] std::int64_t End() const { return end_; }
     [[nodiscard]] const std::optional<Extent>& Tags() const { return tags_; }
     [[nodiscard]] const std::optional<Extent>& Index() const { return index_; }
     /// Nanoseconds in one unit of the file's timestamps.
@@ -110,6 +114,8 @@ private:
     void ReadHead();
     void ReadLevel1(const ebml::Element& head, std::int64_t offset);
     void ReadBehindClusters();
+    void FindEnd();
+    [[nodiscard]] std::optional<Extent> WholeCluster(Window& window, std::int64_t offset);
     void ParseSeekHead(std::span<const std::uint8_t> data);
     void ParseInfo(std::span<const std::uint8_t> data);
     void ParseTracks(std::span<const std::uint8_t> data);
@@ -121,7 +127,10 @@ private:
 
     ReadFile file_;
     std::int64_t segmentData_ = 0;
+    bool segmentIsOpen_ = false;  ///< told to be of unknown size
     std::int64_t firstCluster_ = 0;
+    std::int64_t end_ = 0;
+    std::optional<Ms> unfinishedMs_;  ///< length of a file that its writer could not finish
     std::int64_t timestampScale_ = 1'000'000;
     double durationUnits_ = 0;
     std::vector<TrackInfo> tracks_;

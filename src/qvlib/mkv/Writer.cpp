@@ -88,15 +88,17 @@ void AddSeek(ebml::Builder& seekHead, ebml::Id id, std::int64_t position) {
 }  // namespace
 
 struct MkvWriter::Impl {
-    Impl(const std::filesystem::path& target, const ContainerSpec& theSpec) : spec(theSpec), file(target) {
+    Impl(const std::filesystem::path& target, const ContainerSpec& theSpec)
+        : spec(theSpec), file(target, theSpec.appears) {
         int number = 0;
         if (spec.picture) pictureNumber = ++number;
         if (spec.camera) cameraNumber = ++number;
         soundNumber = ++number;
-        headSize = Head(std::numeric_limits<Ms>::max(), 0).Size() + kHeadSlack;
+        const Ending longest{std::numeric_limits<Ms>::max(), 0};
+        headSize = Head(&longest).Size() + kHeadSlack;
         ebml::Builder start;
         start.Raw(CanonicalEbmlHeader());
-        start.Raw(std::vector<std::uint8_t>(kSegmentHeadSize + headSize, 0));
+        start.Raw(SegmentStart(kUnknownSize, Head(nullptr)).Bytes());
         file.Append(start.Bytes());
         segmentData = static_cast<std::int64_t>(CanonicalEbmlHeader().size() + kSegmentHeadSize);
     }
@@ -104,8 +106,15 @@ struct MkvWriter::Impl {
     /// Room for the padding element behind the head, whatever lengths the numbers in the head have.
     static constexpr std::size_t kHeadSlack = 32;
 
+    /// What is known when the last cluster is written.
+    struct Ending {
+        Ms durationMs;
+        std::int64_t cuesAt;
+    };
+
     /// Everything before the first cluster except the padding. Positions are relative to the segment's data.
-    [[nodiscard]] ebml::Builder Head(Ms durationMs, std::int64_t cuesAt) const {
+    /// @param ending nullptr as long as it is not known
+    [[nodiscard]] ebml::Builder Head(const Ending* ending) const {
         ebml::Builder tracks;
         if (spec.picture) tracks.Master(ebml::kTrackEntry, PictureEntry(*spec.picture, pictureNumber, false));
         if (spec.camera) tracks.Master(ebml::kTrackEntry, PictureEntry(*spec.camera, cameraNumber, true));
@@ -113,39 +122,39 @@ struct MkvWriter::Impl {
 
         ebml::Builder info;
         info.Unsigned(ebml::kTimestampScale, 1'000'000);
-        info.Float(ebml::kDuration, durationMs);
+        if (ending) info.Float(ebml::kDuration, ending->durationMs);
         info.Text(ebml::kMuxingApp, "qvlib");
         info.Text(ebml::kWritingApp, "qvlib");
 
         ebml::Builder tag;
         tag.Master(ebml::kTargets, ebml::Builder());
         AddFact(tag, fact::kFormatVersion, kFormatVersion);
-        AddFact(tag, fact::kDuration, durationMs);
+        if (ending) AddFact(tag, fact::kDuration, ending->durationMs);
         AddFact(tag, fact::kAudioBitrate, spec.bitrateKbit);
         AddFact(tag, fact::kFreeTag, 0);
         ebml::Builder tags;
         tags.Master(ebml::kTag, tag);
 
         ebml::Builder rest;
-        const auto seekHeadSize = static_cast<std::int64_t>(SeekHead(0, 0, 0, 0).Size());
+        const auto seekHeadSize = static_cast<std::int64_t>(SeekHead(0, 0, 0, ending).Size());
         rest.CheckedMaster(ebml::kInfo, info);
         const std::int64_t tagsAt = seekHeadSize + static_cast<std::int64_t>(rest.Size());
         rest.CheckedMaster(ebml::kTags, tags);
         const std::int64_t tracksAt = seekHeadSize + static_cast<std::int64_t>(rest.Size());
         rest.CheckedMaster(ebml::kTracks, tracks);
 
-        ebml::Builder head = SeekHead(seekHeadSize, tagsAt, tracksAt, cuesAt);
+        ebml::Builder head = SeekHead(seekHeadSize, tagsAt, tracksAt, ending);
         head.Raw(rest.Bytes());
         return head;
     }
 
     static ebml::Builder SeekHead(std::int64_t infoAt, std::int64_t tagsAt, std::int64_t tracksAt,
-                                  std::int64_t cuesAt) {
+                                  const Ending* ending) {
         ebml::Builder seekHead;
         AddSeek(seekHead, ebml::kInfo, infoAt);
         AddSeek(seekHead, ebml::kTags, tagsAt);
         AddSeek(seekHead, ebml::kTracks, tracksAt);
-        AddSeek(seekHead, ebml::kCues, cuesAt);
+        if (ending) AddSeek(seekHead, ebml::kCues, ending->cuesAt);
         ebml::Builder element;
         element.CheckedMaster(ebml::kSeekHead, seekHead);
         return element;
@@ -234,15 +243,18 @@ struct MkvWriter::Impl {
     }
 
     /// Fills in what stands before the first cluster.
-    void PatchHead(Ms durationMs, std::int64_t cuesAt) {
-        ebml::Builder segment;
+    void PatchHead(const Ending& ending) {
         const auto size = static_cast<std::uint64_t>(file.Size() - segmentData);
+        const ebml::Builder segment = SegmentStart(size, Head(&ending));
+        file.Patch(segmentData - static_cast<std::int64_t>(kSegmentHeadSize), segment.Bytes());
+    }
+
+    [[nodiscard]] ebml::Builder SegmentStart(std::uint64_t size, const ebml::Builder& head) const {
+        ebml::Builder segment;
         segment.Raw(SegmentHead(size));
-        ebml::Builder head = Head(durationMs, cuesAt);
         segment.Raw(head.Bytes());
         segment.Padding(headSize - head.Size());
-        file.Patch(segmentData - static_cast<std::int64_t>(kSegmentHeadSize), segment.Bytes());
-        file.Patch(0, CanonicalEbmlHeader());
+        return segment;
     }
 
     ContainerSpec spec;
@@ -276,12 +288,17 @@ void MkvWriter::WriteSound(std::span<const std::uint8_t> data) {
     ++impl_->soundPackets;
 }
 
+void MkvWriter::Flush() {
+    impl_->CloseCluster();
+    impl_->file.Sync();
+}
+
 void MkvWriter::Finish(std::int64_t samples, Ms durationMs) {
     impl_->PutLastSound(samples);
     impl_->CloseCluster();
     const std::int64_t cuesAt = impl_->file.Size() - impl_->segmentData;
     impl_->file.Append(impl_->Cues().Bytes());
-    impl_->PatchHead(durationMs, cuesAt);
+    impl_->PatchHead({durationMs, cuesAt});
     impl_->file.Commit();
 }
 

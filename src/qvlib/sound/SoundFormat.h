@@ -23,4 +23,9 @@ inline constexpr int kPreSkip = 312;
     return samples <= 0 ? 0 : (samples + kPreSkip + kPacketSamples - 1) / kPacketSamples;
 }
 
+/// The length of a sound to the nearest ms.
+[[nodiscard]] constexpr std::int64_t NearestMs(std::int64_t samples) {
+    return (samples + kSamplesPerMs / 2) / kSamplesPerMs;
+}
+
 }  // namespace qv
