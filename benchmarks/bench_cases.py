@@ -16,6 +16,8 @@ from bench_measure import Job
 THUMBS = 30
 IMPORT_KBIT = 128
 FPS = 10
+CLOCK_MS = 20
+GROWTH_KB = 2048
 MOST_PEAK_MB = 100
 ABOUT_THE_SAME = 1.25       # how much more memory three hours may take than one
 
@@ -25,7 +27,7 @@ class Bench:
 
     def __init__(self, media, work, given):
         self.media, self.work, self.runs, self.codec = media, work, given.runs, given.codec
-        self.patience = given.patience
+        self.patience, self.minutes = given.patience, given.minutes
         self.short = 10
         self.hour, self.long = (10, 30) if given.quick else (60, 180)
         self.tool, self.bin = media.tool, media.tool.parent
@@ -390,7 +392,20 @@ def memory_jobs(bench, minutes):
             Job("qvtool verify", [bench.tool, "verify", path]), bench.thumbs(path)[1]]
 
 
+def recording(bench):
+    """a voice is recorded at normal speed, without a loss"""
+    bench.heading(f"A recording of {bench.minutes:g} minutes at normal speed")
+    target = bench.work / "take.qva"
+    words = reading.told([bench.bin / "recording_benchmark", target, bench.minutes, bench.media.spoken("60")])
+    clock, length, lost, early, late = map(int, words.split())
+    print(f"    {clock} ms by the clock, {length} ms in the file, {lost} samples lost, memory {early} KB, then {late} KB")
+    bench.conclude("length against the clock", f"{length - clock:+d} ms", f"within {CLOCK_MS} ms",
+                   abs(length - clock) <= CLOCK_MS)
+    bench.conclude("samples lost", str(lost), "none", lost == 0)
+    bench.conclude("memory grows by", f"{late - early} KB", f"at most {GROWTH_KB} KB", late - early <= GROWTH_KB)
+
+
 CASES = {"b": replaced, "a": untouched, "volume": volume, "peaks": peaks, "import": import_sound, "verify": verify,
          "thumbs": thumbnails, "c": cut_and_held, "process": in_process, "timeline": timeline, "seek": seek, "info": info,
-         "editing": editing, "saving": saving,
+         "editing": editing, "saving": saving, "recording": recording,
          "memory": memory}

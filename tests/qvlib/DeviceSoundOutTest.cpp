@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "support/Basics.h"
+#include "support/SoundServer.h"
 
 namespace qv {
 namespace {
@@ -28,32 +29,19 @@ struct Trouble {
     const char* log;
 };
 
-/// A sound server of the test's own, whose only device keeps what it plays for a recorder. No other device is found.
+/// A sound server whose only device keeps what it plays for a recorder.
 class DeviceSoundOutTest : public testing::TestWithParam<Trouble> {
 protected:
-    DeviceSoundOutTest() {
-        setenv("PULSE_SERVER", ("unix:" + (folder_ / "pulse/native").string()).c_str(), 1);
-        setenv("ALSA_CONFIG_PATH", "/dev/null", 1);
-    }
-    ~DeviceSoundOutTest() override {
-        Signal(SIGKILL);
-        std::filesystem::remove_all(folder_);
-    }
-
     /// @returns false when no server comes up, or no recorder
     bool BeginServer() {
-        server_ = std::stoi(support::Output(
-            shell_ +
-            "pulseaudio -n --load='module-null-sink rate=48000 format=float32le channels=1 norewinds=1' "
-            "--load='module-native-protocol-unix auth-anonymous=1' --exit-idle-time=-1 --use-pid-file=no >/dev/null "
-            "2>&1 & echo $!"));
-        const auto record = shell_ +
-                            "timeout 5 sh -c 'rm -f ~/heard; until pactl info; do sleep .02; done;"
+        if (!server_.Begin("--load='module-null-sink rate=48000 format=float32le channels=1 norewinds=1'"))
+            return false;
+        const auto record = server_.Shell() +
+                            "timeout 5 sh -c 'rm -f ~/heard;"
                             "parec --rate=48000 --channels=1 --format=float32le --raw >~/heard & "
                             "until test -s ~/heard; do sleep .02; done' >/dev/null 2>&1";
         return std::system(record.c_str()) == 0;
     }
-    int Signal(int signal) const { return server_ > 0 ? kill(server_, signal) : 0; }
 
     /// Begins to play; frame n is (n + 1) / 2^20.
     void Start() {
@@ -70,11 +58,7 @@ protected:
         return MsSince(begin) - static_cast<int>(out_->Played() - first) / 48;
     }
 
-    std::string name_ =
-        (std::filesystem::temp_directory_path() / "soundXXXXXX").string();  // a socket's path must be short
-    const std::filesystem::path folder_ = mkdtemp(name_.data());
-    const std::string shell_ = "export HOME=" + folder_.string() + " XDG_RUNTIME_DIR=" + folder_.string() + "; ";
-    pid_t server_ = 0;
+    support::SoundServer server_;
     std::string log_;
     std::shared_ptr<ISoundOut> out_;
 };
@@ -85,7 +69,7 @@ TEST_P(DeviceSoundOutTest, TimeGoesOnWhateverHappensAndTheNextStartIsHeard) {
     out_ = MakeDeviceSoundOut([this](const std::string& line) { log_ += line.substr(0, line.find(':')); });
     Start();
     LostIn(300);
-    Signal(trouble.signal);
+    server_.Signal(trouble.signal);
     const int lost = LostIn(trouble.watchedMs);
     EXPECT_GT(lost, -kBusyMs);
     EXPECT_LT(lost, trouble.lostMs + kBusyMs);
@@ -94,13 +78,13 @@ TEST_P(DeviceSoundOutTest, TimeGoesOnWhateverHappensAndTheNextStartIsHeard) {
     EXPECT_LT(MsSince(begin), 200 + kBusyMs);
     EXPECT_EQ(log_, trouble.log);
 
-    Signal(SIGKILL);
+    server_.Signal(SIGKILL);
     if (!BeginServer()) GTEST_SKIP() << "pulseaudio cannot be started here";
     Start();
     LostIn(700);
     out_->Stop();
-    Signal(SIGKILL);
-    const auto bytes = support::ReadBytes(folder_ / "heard");
+    server_.Signal(SIGKILL);
+    const auto bytes = support::ReadBytes(server_.Folder() / "heard");
     std::vector<float> heard(bytes.size() / sizeof(float));
     std::memcpy(heard.data(), bytes.data(), heard.size() * sizeof(float));
     std::erase(heard, 0.0F);
