@@ -52,6 +52,7 @@ bool Program::Start() {
 
 void Program::Terminate() {
     if (window_ == nullptr) EndNow();
+    user_.Leave();
     window_->TheEditor().Terminate();
 }
 

@@ -58,6 +58,8 @@ void Editor::Form_Load() {
     form.cmdPlayCaption = form.mPlayCaption;
     form.lPlayInfo = GetResString(world(), kFormName, "lPlayInfo");
     isAlive_ = true;
+    DisableAll();
+    form.Enable(Control::ListView, true);  // an empty list does no harm, and has the focus
     const bool isReady = Trapped(world(), "Form_Load", [this] {
         ReadMediaFacts();
         MakeWorkFolder();
@@ -216,6 +218,7 @@ bool Editor::DecideToLeave() {
     const FormHold hold(form);
     transport.ExecStop(StopAt::Here);
     world().user.Sleep(kStopWait);
+    AwaitSeek();  // the position window is still there, and the end of a seek is lost on an editor that closes
     state().isClosing = true;
     if (!isAlive_ || !state().gHistory.CanUndo()) return true;
     const Answer answer = world().user.Ask(

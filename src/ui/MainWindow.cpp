@@ -310,7 +310,10 @@ void MainWindow::Impl::Open() {
 
 void MainWindow::Impl::StartTimers() {
     QTimer::singleShot(kLayoutDelay, &window_, [this] { editor_.tmrLayout_Timer(); });
-    Every(kFrameInterval, [this] { editor_.transport.TmrFrame_Timer(); });
+    Every(kFrameInterval, [this] {
+        // Nobody wants another slide behind a question.
+        if (QApplication::activeModalWidget() == nullptr) editor_.transport.TmrFrame_Timer();
+    });
     Every(kTouchInterval, [this] { editor_.tmrTouchReg_Timer(); });
 }
 
@@ -377,6 +380,7 @@ void MainWindow::Impl::FollowSetPos() {
 /// Not the window itself: that would disable its dialogs as well.
 void MainWindow::Impl::setFormEnabled(bool on) {
     if (std::exchange(isFormEnabled_, on) == on) return;
+    while (!on && QApplication::activePopupWidget() != nullptr && QApplication::activePopupWidget()->close()) continue;
     KeepFocus([this, on] {
         toolBar_->setEnabled(on);
         window_.centralWidget()->setEnabled(on);

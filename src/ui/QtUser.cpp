@@ -61,18 +61,35 @@ Answer AnswerOf(int button) {
 QtUser::QtUser() = default;
 QtUser::~QtUser() = default;
 
+/// Whoever the user works with now.
+QWidget* QtUser::Front() const {
+    if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+    if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeWindow())) return dialog;
+    return window_ != nullptr && window_->isVisible() ? window_.data() : nullptr;
+}
+
 Answer QtUser::Ask(const MessageBox& box) {
+    if (hasLeft_) return Answer::Cancel;
     const UsualPointer pointer(busyDepth_ > 0);
     const bool asks = box.buttons != Buttons::Ok;
-    QMessageBox shown(asks ? QMessageBox::Question : QMessageBox::Information,
-                      QString::fromStdString(box.title.empty() ? kApplicationTitle : box.title),
-                      QString::fromStdString(ReplaceAll(box.text, "\r\n", "\n")), ButtonsOf(box.buttons),
-                      window_ != nullptr && window_->isVisible() ? window_.data() : nullptr);
-    shown.setTextFormat(Qt::PlainText);
-    shown.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // What it stands on may go away under it.
+    const QPointer<QMessageBox> shown =
+        new QMessageBox(asks ? QMessageBox::Question : QMessageBox::Information,
+                        QString::fromStdString(box.title.empty() ? kApplicationTitle : box.title),
+                        QString::fromStdString(ReplaceAll(box.text, "\r\n", "\n")), ButtonsOf(box.buttons), Front());
+    shown->setTextFormat(Qt::PlainText);
+    shown->setTextInteractionFlags(Qt::TextSelectableByMouse);
     // A box of Yes and No alone has no button that the Escape key would press.
-    if (box.buttons == Buttons::YesNo) shown.setEscapeButton(QMessageBox::No);
-    return AnswerOf(shown.exec());
+    if (box.buttons == Buttons::YesNo) shown->setEscapeButton(QMessageBox::No);
+    const Answer answer = AnswerOf(shown->exec());
+    delete shown;
+    return answer;
+}
+
+void QtUser::Leave() {
+    hasLeft_ = true;
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (auto* box = qobject_cast<QMessageBox*>(window)) box->reject();
 }
 
 void QtUser::ShowStatus(const std::string& text) {

@@ -19,8 +19,10 @@ public:
     QtUser(const QtUser&) = delete;
     QtUser& operator=(const QtUser&) = delete;
 
-    /// Message boxes stand on this window; nullptr, or gone: on none.
+    /// Message boxes stand on the dialog that is open, else on this window; nullptr, or gone: on none.
     void SetWindow(QWidget* window) { window_ = window; }
+    /// Nobody is there any more to answer: a box that is open is given up, and none comes up from now on.
+    void Leave();
 
     Answer Ask(const MessageBox& box) override;
     void ShowStatus(const std::string& text) override;
@@ -31,9 +33,12 @@ public:
     void Sleep(std::chrono::milliseconds time) override;
 
 private:
+    [[nodiscard]] QWidget* Front() const;
+
     QPointer<QWidget> window_;
     std::unique_ptr<StatusWindow> status_;
     int busyDepth_ = 0;
+    bool hasLeft_ = false;
 };
 
 }  // namespace mirrane

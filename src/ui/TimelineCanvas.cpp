@@ -81,11 +81,13 @@ std::vector<const CWaveSeg*> TimelineCanvas::ShownSegs() const {
     return segs;
 }
 
-std::optional<TimelineCanvas::Press> TimelineCanvas::HitAt(const QPoint& at) const {
+std::optional<TimelineCanvas::Press> TimelineCanvas::HitAt(const QPoint& at, Qt::MouseButton button) const {
     if (at.y() < kRulerHeight) return Press{.on = Press::On::Ruler};
     const int track = at.y() < TrackTop(1) ? 0 : 1;
     if (at.y() >= TrackTop(track) + kTrackHeight) return std::nullopt;
-    if (at.x() + ctx_.form.hScrWave.Value == ctx_.form.picLine) return Press{.on = Press::On::Cursor};
+    // The line is too thin to have a menu of its own.
+    const bool isOnLine = at.x() + ctx_.form.hScrWave.Value == ctx_.form.picLine;
+    if (isOnLine && button != Qt::RightButton) return Press{.on = Press::On::Cursor};
     if (const CWaveSeg* seg = SegAt(at)) return Press{.on = Press::On::Segment, .number = seg->segIndex};
     return Press{.on = Press::On::Track, .number = track};
 }
@@ -96,8 +98,10 @@ int TimelineCanvas::CanvasX(const QMouseEvent& event) const {
 
 void TimelineCanvas::mousePressEvent(QMouseEvent* event) {
     const Button button = ButtonOf(event->button());
+    // A button that goes down twice has come up where nobody saw it.
+    if (press_ && press_->button == event->button()) CancelPress();
     if (press_ || button == Button::None) return;
-    press_ = HitAt(event->position().toPoint());
+    press_ = HitAt(event->position().toPoint(), event->button());
     if (!press_) return;
     press_->button = event->button();
     // What is called may open a box, and the press may be over when it returns.
@@ -115,8 +119,9 @@ void TimelineCanvas::mousePressEvent(QMouseEvent* event) {
 }
 
 void TimelineCanvas::mouseMoveEvent(QMouseEvent* event) {
+    if (press_ && !event->buttons().testFlag(press_->button)) CancelPress();
     if (!press_) {
-        const std::optional<Press> under = HitAt(event->position().toPoint());
+        const std::optional<Press> under = HitAt(event->position().toPoint(), Qt::NoButton);
         return setCursor(under && under->on == Press::On::Cursor ? Qt::SplitHCursor : Qt::ArrowCursor);
     }
     const Press press = *press_;
@@ -148,7 +153,9 @@ void TimelineCanvas::CancelPress() {
 }
 
 bool TimelineCanvas::event(QEvent* event) {
-    if (event->type() == QEvent::UngrabMouse || event->type() == QEvent::Hide) CancelPress();
+    // Behind a dialog the button is let go unseen.
+    if (event->type() == QEvent::UngrabMouse || event->type() == QEvent::Hide || event->type() == QEvent::WindowBlocked)
+        CancelPress();
     if (event->type() != QEvent::ToolTip) return QWidget::event(event);
     const auto* help = static_cast<const QHelpEvent*>(event);
     const CWaveSeg* seg = SegAt(help->pos());

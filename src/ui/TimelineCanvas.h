@@ -61,7 +61,8 @@ private:
         int number = 0;  ///< of the track or the segment
         Qt::MouseButton button = Qt::NoButton;
     };
-    [[nodiscard]] std::optional<Press> HitAt(const QPoint& at) const;
+    /// @param button that goes down there; NoButton: the mouse only passes
+    [[nodiscard]] std::optional<Press> HitAt(const QPoint& at, Qt::MouseButton button) const;
     /// Of the canvas, which may be scrolled.
     [[nodiscard]] int CanvasX(const QMouseEvent& event) const;
     void CancelPress();

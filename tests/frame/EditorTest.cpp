@@ -4,11 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "base/EventLoop.h"
-#include "base/Text.h"
 #include "doubles/World.h"
 #include "editing/Commands.h"
+#include "frame/TwoSlides.h"
 #include "shell/Progress.h"
-#include "support/Basics.h"
 #include "timeline/Lecture.h"
 
 namespace mirrane {
@@ -18,17 +17,7 @@ using std::filesystem::path;
 /// The editor on a project of two slides of 3 s, made by the engine, with a page that no slide names.
 struct EditorLife : testing::Test, IOpenMediaFile {
     EditorLife() {
-        for (const char* name : {"temp", "project/html9"}) create_directories(base / name);
-        const std::string row = "<item><title>t</title><recdate>d</recdate><pos>";
-        Disk().Write(folder / "project.qvp",
-                     ReplaceAll(ReadFile(MIRRANE_SOURCE_DIR "/data/default.qvp"), "00:00\" type=\"OL\"/>",
-                                "00:06\">" + row + "0</pos></item>" + row + "3000</pos></item></index>"));
-        support::Output(
-            "ffmpeg -v error -f lavfi -i testsrc=size=160x90:rate=10:duration=6 -f lavfi "
-            "-i sine=duration=6 -c:a pcm_s16le " +
-            support::Quoted(base / "rec.mkv"));
-        engine.recordings->MakeContainer(
-            {.recording = base / "rec.mkv", .target = folder / "media.qv", .keys = {0, 3000}}, {});
+        create_directories(folder / "html9");
         world.host.environment["temp"] = base / "temp";
         world.user.onEvents = [this] { loop.RunEvents(); };
         Open();
@@ -43,6 +32,7 @@ struct EditorLife : testing::Test, IOpenMediaFile {
             EditorPorts{window, window, *this, [this](std::function<void()> later) { loop.Post(std::move(later)); },
                         [this] { ends += "exit "; }, [this] { ends += "closed "; }});
         editor->Form_Load();
+        editor->Save_Click();  // there is nothing yet
         Do([this] { editor->tmrLayout_Timer(); });
     }
     std::optional<path> Choose(const std::string&, const std::string&, const path&) override { return {}; }
@@ -70,7 +60,7 @@ struct EditorLife : testing::Test, IOpenMediaFile {
     std::string Track1() const { return ToText(state->gWaveTrack[0]); }
 
     const path base = support::TestFolder();
-    const path folder = base / "project";
+    const path folder = MakeTwoSlides(base);
     EventLoop loop;
     doubles::World world;
     ProgressWindow window;
@@ -106,7 +96,9 @@ TEST_F(EditorLife, ClosesWhenNobodyIsBusyAndTheUserAgreesOrWhenToldTo) {
     ++state->busyDepth;
     EXPECT_EQ(Unload({}), "0 work html9");
     --state->busyDepth;
+    loop.Post([this] { editor->transport.SeekInSlide(1000); });
     EXPECT_EQ(Unload({Answer::Cancel}), "1 work html9");
+    EXPECT_FALSE(state->gIsSeeking);
     world.disk.failAt = world.disk.changes + 2;
     EXPECT_EQ(Unload({Answer::Yes}).substr(1), " work html9");  // the save has failed
     world.disk = {};

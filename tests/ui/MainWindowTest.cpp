@@ -10,9 +10,8 @@
 #include <QToolButton>
 
 #include "WindowOnProject.h"
-#include "base/Text.h"
 #include "editing/Commands.h"
-#include "support/Basics.h"
+#include "frame/TwoSlides.h"
 #include "ui/PictureView.h"
 #include "ui/ProgSlider.h"
 #include "ui/SlideListWidget.h"
@@ -23,18 +22,7 @@ using std::filesystem::path;
 
 /// The window on a project of two slides of 3 s.
 struct MainWindowOnSlides : testing::Test {
-    MainWindowOnSlides() : project(base / "project") {
-        for (const char* name : {"temp", "project"}) create_directories(base / name);
-        const std::string row = "<item><title>t</title><recdate>d</recdate><pos>";
-        Disk().Write(project / "project.qvp",
-                     ReplaceAll(ReadFile(MIRRANE_SOURCE_DIR "/data/default.qvp"), "00:00\" type=\"OL\"/>",
-                                "00:06\">" + row + "0</pos></item>" + row + "3000</pos></item></index>"));
-        support::Output(
-            "ffmpeg -v error -f lavfi -i testsrc=size=160x90:rate=10:duration=6 -f lavfi "
-            "-i sine=duration=6 -c:a pcm_s16le " +
-            support::Quoted(base / "rec.mkv"));
-        qv::MakeEngine({}).recordings->MakeContainer(
-            {.recording = base / "rec.mkv", .target = project / "media.qv", .keys = {0, 3000}}, {});
+    MainWindowOnSlides() : project(MakeTwoSlides(base)) {
         on = std::make_unique<WindowOnProject>(project, base / "temp");
     }
 
@@ -86,6 +74,7 @@ struct MainWindowOnSlides : testing::Test {
 };
 
 TEST_F(MainWindowOnSlides, FollowsTheListPlaysUndoesAndSaves) {
+    EXPECT_EQ(on->window->focusWidget(), &Find<QWidget>("ListView"));
     Choose(2);
     EXPECT_EQ(on->state.gGrid.CurrIndex(), 2);
     EXPECT_TRUE(!Find("cmdNext").isEnabled() && Find("cmdPrev").isEnabled());
@@ -145,6 +134,44 @@ TEST_F(MainWindowOnSlides, LeavesKeysToTextFieldsAndToButtonsReachedByTab) {
     Press(Qt::Key_Space);
     EXPECT_FALSE(Find("cmdStop").isEnabled());
     EXPECT_EQ(on->player->State(), qv::PlayState::Playing);
+}
+
+TEST_F(MainWindowOnSlides, StaysWhereItIsBehindAQuestionAndTakesMenusAwayFromWhoHasToWait) {
+    on->window->TheEditor().form.chkAuto = true;
+    on->window->TheEditor().transport.SeekInSlide(2500);
+    on->Settle();
+    Click("cmdPlay");
+    std::int32_t shown = 0;
+    QTimer::singleShot(1000, [&] {
+        shown = on->state.gGrid.CurrIndex();
+        static_cast<QDialog*>(QApplication::activeModalWidget())->reject();
+    });
+    on->user.Ask({.text = "?"});
+    EXPECT_EQ(shown, 1);
+    on->Settle([this] { return on->state.gGrid.CurrIndex() == 2; });
+    EXPECT_EQ(on->state.gGrid.CurrIndex(), 2);
+    Click("cmdStop");
+    on->window->TheEditor().form.face.popUpTrackMenu({});
+    EXPECT_NE(QApplication::activePopupWidget(), nullptr);
+    const FormHold hold(on->window->TheEditor().form);
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+}
+
+TEST_F(MainWindowOnSlides, StandsABoxOnTheOpenDialogAndGivesItUpWhenToldToEnd) {
+    Click("lPlayInfo");
+    auto* dialog = on->window->findChild<QDialog*>("frmMixSetPos");
+    ASSERT_NE(dialog, nullptr);
+    dialog->activateWindow();
+    QWidget* under = nullptr;
+    QTimer::singleShot(50, [&] {
+        under = QApplication::activeModalWidget()->parentWidget();
+        delete dialog;  // takes the box along
+    });
+    EXPECT_EQ(on->user.Ask({.text = "?"}), Answer::Cancel);
+    EXPECT_EQ(under, dialog);
+    QTimer::singleShot(50, [this] { on->user.Leave(); });
+    EXPECT_EQ(on->user.Ask({.text = "?", .title = {}, .buttons = Buttons::YesNo}), Answer::Cancel);
+    EXPECT_EQ(on->user.Ask({.text = "?"}), Answer::Cancel);
 }
 
 TEST(PictureView, FitsThePictureIntoItsRoom) {

@@ -101,7 +101,14 @@ TEST(TimelineView, GivesAPressToWhatItHitUntilItIsReleased) {
 TEST(TimelineView, PutsADragBackThatIsGivenUp) {
     const std::function<void(Timeline&)> ways[] = {[](Timeline& on) { on.Escape(); },
                                                    [](Timeline& on) { on.canvas->hide(); },
-                                                   [](Timeline& on) { const FormHold hold(on.form); }};
+                                                   [](Timeline& on) { const FormHold hold(on.form); },
+                                                   [](Timeline& on) {  // a dialog comes up
+                                                       QEvent blocked(QEvent::WindowBlocked);
+                                                       QApplication::sendEvent(&on.view, &blocked);
+                                                   },
+                                                   [](Timeline& on) {  // let go where nobody saw it
+                                                       on.Mouse(QEvent::MouseMove, 200, kTrack1, Qt::NoButton);
+                                                   }};
     for (const auto& giveUp : ways) {
         for (const int y : {kTrack1, kRuler}) {
             Timeline on;
@@ -120,6 +127,7 @@ TEST(TimelineView, OffersTheMenuOfWhatWasClicked) {
         int x, y;
         const char* menu;
     } cases[] = {{300, kTrack1, "mnuSplit mnuRemove mnuSep1 mnuSetVol "},
+                 {156, kTrack1, "mnuSplit mnuRemove mnuSep1 mnuSetVol "},  // on the cursor line
                  {300, kRuler, "mnuSplit mnuRemove "},
                  {300, kTrack2, ""}};
     for (const auto& [x, y, menu] : cases) {
