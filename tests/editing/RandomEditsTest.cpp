@@ -7,7 +7,7 @@
 
 #include "base/Text.h"
 #include "editing/UserScript.h"
-#include "timeline/PlayList.h"
+#include "timeline/Soundness.h"
 
 namespace mirrane {
 
@@ -50,28 +50,6 @@ private:
 
     std::mt19937 random_;
 };
-
-/// What is wrong with tracks and play list; "" when they are sound. New sound may reach over what it was laid on by less
-/// than a sample.
-std::string Fault(EditorState& state) {
-    for (const CWaveTrack& track : state.gWaveTrack) {
-        const CWaveSeg* before = nullptr;
-        for (const CWaveSeg& seg : track.items) {
-            const bool isNext = before != nullptr && before->slideIndex == seg.slideIndex;
-            const Ms tail = seg.trackIndex * (kSampleMs - 1);
-            const Ms least =
-                isNext ? std::min(before->posEnd, seg.posEnd) - tail : state.gSlideList.GetPos(seg.slideIndex);
-            const bool isIn = seg.pos >= least && seg.posEnd <= state.gSlideList.GetEnd(seg.slideIndex);
-            if (!isIn || seg.pos >= seg.posEnd) return "segment " + std::to_string(seg.segIndex);
-            before = &seg;
-        }
-    }
-    if (!modPlayList::SetPlayList(state, modPlayList::MuteAudio::No, nullptr)) return "no play list";
-    Ms heard = 0;
-    for (const qv::AudioRow& row : state.gAudioRows) heard = row.pos == heard && row.posEnd > heard ? row.posEnd : -1;
-    const Ms end = state.gSlideList.duration();
-    return heard >= end && state.gFrameRows.back().posEnd == end ? "" : "torn play list";
-}
 
 TEST(RandomEdits, StaySoundAndCanBeUndoneAndRedone) {
     const char* asked = std::getenv("MIRRANE_EDIT_RUNS");

@@ -57,7 +57,8 @@ struct WindowOnProject {
 
     doubles::World doubled;
     QtUser user;
-    World world{user, doubled.disk, doubled.clock, doubled.settings, doubled.host, doubled.texts};
+    SystemClock clock;
+    World world{user, doubled.disk, clock, doubled.settings, doubled.host, doubled.texts};
     EditorState state{world};
     qv::Engine engine = qv::MakeEngine({});
     std::unique_ptr<qv::IPlayer> player =
