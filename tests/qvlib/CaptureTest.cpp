@@ -248,13 +248,18 @@ TEST_F(CaptureTest, WhatWasRecordedUntilTheProgramDiedIsThere) {
     EXPECT_FALSE(CheckTake(take_, length).isSilent);
     EXPECT_NEAR(static_cast<double>(support::DecodeSound(take_).size()), length * 48.0, 24);
 
-    auto bytes = support::ReadBytes(take_);
-    for (const std::size_t more : {4096UL, 0UL}) {  // as the power's end leaves a file: with zeros, or cut
+    const auto bytes = support::ReadBytes(take_);
+    // As the end of the power leaves a file: with zeros behind it, cut, or with zeros where its last bytes were.
+    for (const auto& [size, zerosFrom, lost] :
+         std::vector<std::tuple<std::size_t, std::size_t, Ms>>{{bytes.size() + 4096, bytes.size(), 0},
+                                                               {bytes.size() - 100, bytes.size(), 500},
+                                                               {bytes.size(), bytes.size() - 100, 500}}) {
         auto torn = bytes;
-        torn.resize(more > 0 ? torn.size() + more : torn.size() - 100);
+        torn.resize(size);
+        for (std::size_t i = zerosFrom; i < size; ++i) torn[i] = 0;
         support::WriteBytes(take_, torn);
-        EXPECT_EQ(LengthOf(take_), more > 0 ? length : length - 500);
-        EXPECT_EQ(CheckTake(take_, LengthOf(take_)).failure, "");
+        EXPECT_EQ(LengthOf(take_), length - lost);
+        EXPECT_EQ(CheckTake(take_, length - lost).failure, "");
     }
 }
 
