@@ -5,7 +5,9 @@
 #include <QFile>
 #include <QFileDialog>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 
 #include "base/Files.h"
@@ -19,6 +21,15 @@ namespace {
 constexpr char kDocument[] = "project.qvp";
 
 void Log(const std::string& line) { std::cerr << "mirrane-editor: " + line + "\n"; }
+
+/// @throws std::runtime_error when a part of the program is not where it was installed
+void CheckParts(const std::filesystem::path& programFolder) {
+    for (const char* part : {"res.xml", "default.qvp", "icons"}) {
+        const std::filesystem::path path = mirrane::InFolder(programFolder, part);
+        if (!std::filesystem::exists(path))
+            throw std::runtime_error(path.string() + " is missing: please install the program again");
+    }
+}
 
 [[noreturn]] void EndNow() {
     std::cerr.flush();
@@ -45,6 +56,7 @@ Program::Program(CommandLine line)
       player_(MakePlayer()) {}
 
 bool Program::Start() {
+    CheckParts(host_.ProgramFolder());
     const bool isChecked = line_.wish == CommandLine::Wish::Open;
     mirrane::basMixMain::Main(state_, check_, *this, isChecked ? std::string() : line_.path);
     return window_ != nullptr;

@@ -27,6 +27,7 @@ public:
     explicit Program(CommandLine line);
 
     /// Brings up the editor. @returns false when there is nothing to wait for
+    /// @throws std::runtime_error when a part of the program is missing
     bool Start();
     /// The program is told to end.
     void Terminate();

@@ -3,16 +3,19 @@
 #include <QGuiApplication>
 #include <QLibraryInfo>
 #include <QLocale>
+#include <QMessageBox>
 #include <QSessionManager>
 #include <QTranslator>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <string_view>
 
 #include "CommandLine.h"
 #include "LeaveSignals.h"
 #include "Program.h"
+#include "StartMessages.h"
 
 namespace {
 
@@ -46,6 +49,12 @@ int Tell(const app::CommandLine& line) {
     return kWrongUsage;
 }
 
+/// The application, or the end of the process where there is no display.
+std::unique_ptr<QApplication> MakeApplication(int& argc, char** argv) {
+    const app::StartMessages messages;
+    return std::make_unique<QApplication>(argc, argv);
+}
+
 int Run(QApplication& application, const app::CommandLine& line) {
     // Between two windows there may be none.
     QApplication::setQuitOnLastWindowClosed(false);
@@ -57,7 +66,13 @@ int Run(QApplication& application, const app::CommandLine& line) {
     QObject::connect(
         &application, &QGuiApplication::commitDataRequest, &application,
         [&program](QSessionManager&) { program.Terminate(); }, Qt::DirectConnection);
-    return program.Start() ? QApplication::exec() : EXIT_SUCCESS;
+    try {
+        return program.Start() ? QApplication::exec() : EXIT_SUCCESS;
+    } catch (const std::exception& error) {
+        // Who has clicked on an icon does not see what is written.
+        QMessageBox::critical(nullptr, QApplication::applicationName(), error.what());
+        throw;
+    }
 }
 
 }  // namespace
@@ -66,11 +81,11 @@ int main(int argc, char** argv) try {
     // Nobody should need a display to ask for help.
     const int told = Tell(app::Understand({argv + 1, argv + argc}));
     if (told >= 0) return told;
-    QApplication application(argc, argv);
+    const std::unique_ptr<QApplication> application = MakeApplication(argc, argv);
     QApplication::setApplicationName("mirrane-editor");
     QGuiApplication::setDesktopFileName("mirrane-editor");
     // What was the toolkit's own is gone from the arguments now.
-    return Run(application, app::Understand({argv + 1, argv + argc}));
+    return Run(*application, app::Understand({argv + 1, argv + argc}));
 } catch (const std::exception& error) {
     std::cerr << "mirrane-editor: " << error.what() << '\n';
     return EXIT_FAILURE;

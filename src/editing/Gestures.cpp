@@ -40,6 +40,25 @@ void SeekToPixel(EditContext& ctx, int x) {
     modSelection::SelectUnderCursor(ctx);
 }
 
+int PixelOf(const EditContext& ctx, CursorKey key) {
+    const int page = ctx.form.hScrWave.SmallChange;
+    switch (key) {
+        case CursorKey::Left:
+            return ctx.form.picLine - 1;
+        case CursorKey::Right:
+            return ctx.form.picLine + 1;
+        case CursorKey::PageLeft:
+            return ctx.form.picLine - page;
+        case CursorKey::PageRight:
+            return ctx.form.picLine + page;
+        case CursorKey::Home:
+            return 0;
+        case CursorKey::End:
+            break;
+    }
+    return modLayout::TimeToPixel(ctx, ctx.state.gSlideList.GetLen(ctx.curSlide()));
+}
+
 /// What a dragged segment can run into, and how far it may go in time.
 struct Way {
     const CWaveSeg* before = nullptr;
@@ -172,6 +191,14 @@ void picLine_MouseMove(EditContext& ctx, Button button, int x) {
 
 void picLine_MouseUp(EditContext& ctx, Button button, int x) {
     if (button != Button::Right) imgRulerPad_MouseUp(ctx, button, NearCanvas(std::int64_t{ctx.form.picLine} + x));
+}
+
+void picTrackGroup_KeyDown(EditContext& ctx, CursorKey key) {
+    if (!ctx.isIdle() || !ctx.hasTimeline() || !ctx.form.IsEnabled(Control::imgRulerPad)) return;
+    TrappedVoid(ctx.world(), "picTrackGroup_KeyDown", [&] {
+        SeekToPixel(ctx, std::clamp(PixelOf(ctx, key), 0, kLastPixel));
+        modLayout::ShowCursor(ctx);
+    });
 }
 
 void waveSeg_MouseDown(EditContext& ctx, std::int32_t segIndex, Button button, int x) {

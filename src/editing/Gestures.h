@@ -5,7 +5,7 @@
 
 #include "editing/EditContext.h"
 
-/// What the mouse does on the timeline. Pixels on the ruler count from the left end of its canvas, on a segment
+/// What mouse and keyboard do on the timeline. Pixels on the ruler count from the left end of its canvas, on a segment
 /// anywhere, as long as it is the same place during a drag.
 namespace mirrane::modGestures {
 
@@ -19,6 +19,12 @@ void imgRulerPad_MouseUp(EditContext& ctx, Button button, int x);
 void picLine_MouseDown(EditContext& ctx, Button button, int x);
 void picLine_MouseMove(EditContext& ctx, Button button, int x);
 void picLine_MouseUp(EditContext& ctx, Button button, int x);
+
+/// Where a key sends the cursor.
+enum class CursorKey { Left, Right, PageLeft, PageRight, Home, End };
+/// Seeks by one pixel, by what a click on an arrow of the scroll bar moves, or to an end of the slide. What is under the
+/// cursor then is selected, and the cursor is in view.
+void picTrackGroup_KeyDown(EditContext& ctx, CursorKey key);
 
 void waveSeg_MouseDown(EditContext& ctx, std::int32_t segIndex, Button button, int x);
 void waveSeg_MouseMove(EditContext& ctx, std::int32_t segIndex, Button button, int x);

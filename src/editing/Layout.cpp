@@ -213,6 +213,11 @@ void PlaceCursor(EditContext& ctx, Ms ms) {
     ctx.form.Changed();
 }
 
+void ShowCursor(EditContext& ctx) {
+    const int inView = ctx.form.picLine - ctx.form.hScrWave.Value;
+    if (inView < 0 || inView >= ctx.form.viewportWidth) Scroll(ctx, ctx.form.picLine - ctx.form.viewportWidth / 2);
+}
+
 void DrawRuler(EditContext& ctx, Ms durationMs) {
     std::vector<RulerTick>& ticks = ctx.form.picRuler;
     ticks.clear();

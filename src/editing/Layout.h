@@ -56,6 +56,8 @@ void Scroll(EditContext& ctx, int value);
 
 /// Puts the cursor at a time of the slide; pages forward when it leaves the view on the right.
 void PlaceCursor(EditContext& ctx, Ms ms);
+/// Scrolls so that the cursor is seen, if it is not.
+void ShowCursor(EditContext& ctx);
 /// Works out the ruler's ticks for a slide of that length.
 void DrawRuler(EditContext& ctx, Ms durationMs);
 void UpdateZoomButtons(EditContext& ctx);

@@ -5,6 +5,7 @@
 #include <QAccessibleWidget>
 #include <QPointer>
 #include <map>
+#include <utility>
 
 #include "ui/TimelineCanvas.h"
 
@@ -43,6 +44,8 @@ public:
         const CWaveSeg* seg = Seg();
         now.invalid = seg == nullptr;
         now.selectable = true;
+        now.focusable = true;
+        now.focused = seg != nullptr && seg->selected() && canvas_->hasFocus();
         now.selected = seg != nullptr && seg->selected();
         now.disabled = canvas_ != nullptr && !canvas_->isEnabled();
         now.offscreen = seg != nullptr && !canvas_->rect().intersects(canvas_->PlaceOfSeg(*seg));
@@ -121,5 +124,33 @@ QAccessibleInterface* MakeInterface(const QString& /*className*/, QObject* objec
 
 // Installing the same factory again changes nothing.
 void OfferSegsToReaders() { QAccessible::installFactory(MakeInterface); }
+
+void TimelineNews::Tell() {
+    if (!QAccessible::isActive()) return;
+    TellSelection();
+    // What plays would be told all the time.
+    if (canvas_.IsPlaying() || canvas_.accessibleDescription() == canvas_.NameOfCursor()) return;
+    canvas_.setAccessibleDescription(canvas_.NameOfCursor());
+}
+
+void TimelineNews::TellSelection() {
+    std::set<std::int32_t> now;
+    int child = 0;
+    for (const CWaveSeg* seg : canvas_.ShownSegs()) {
+        const bool was = selected_.count(seg->segIndex) != 0;
+        if (seg->selected()) now.insert(seg->segIndex);
+        if (seg->selected() != was) Send(was ? QAccessible::SelectionRemove : QAccessible::SelectionAdd, child);
+        if (seg->selected() && !was && canvas_.hasFocus()) Send(QAccessible::Focus, child);
+        ++child;
+    }
+    if (std::exchange(selected_, now) != now) Send(QAccessible::SelectionWithin, -1);
+}
+
+/// @param child -1: the canvas itself
+void TimelineNews::Send(QAccessible::Event what, int child) const {
+    QAccessibleEvent event(&canvas_, what);
+    event.setChild(child);
+    QAccessible::updateAccessibility(&event);
+}
 
 }  // namespace mirrane

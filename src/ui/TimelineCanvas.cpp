@@ -26,6 +26,27 @@ Button ButtonOf(Qt::MouseButton button) {
     return button == Qt::RightButton ? Button::Right : Button::None;
 }
 
+std::optional<modGestures::CursorKey> CursorKeyOf(const QKeyEvent& event) {
+    using modGestures::CursorKey;
+    if ((event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier) return std::nullopt;
+    switch (event.key()) {
+        case Qt::Key_Left:
+            return CursorKey::Left;
+        case Qt::Key_Right:
+            return CursorKey::Right;
+        case Qt::Key_PageUp:
+            return CursorKey::PageLeft;
+        case Qt::Key_PageDown:
+            return CursorKey::PageRight;
+        case Qt::Key_Home:
+            return CursorKey::Home;
+        case Qt::Key_End:
+            return CursorKey::End;
+        default:
+            return std::nullopt;
+    }
+}
+
 /// A drag does not depend on what is scrolled meanwhile.
 int ScreenX(const QMouseEvent& event) { return event.globalPosition().toPoint().x(); }
 
@@ -58,6 +79,11 @@ QString TimelineCanvas::NameOfSeg(const CWaveSeg& seg) const {
                  QString::fromStdString(FormatRuler(CheckedSub(seg.pos, start))),
                  QString::fromStdString(FormatRuler(CheckedSub(seg.posEnd, start))), QString::number(seg.volPercent));
     return seg.selected() ? words_("segSelected").arg(name) : name;
+}
+
+QString TimelineCanvas::NameOfCursor() const {
+    return ctx_.hasTimeline() ? QString::fromStdString(FormatRuler(modLayout::PixelToTime(ctx_, ctx_.form.picLine + 1)))
+                              : QString();
 }
 
 QRect TimelineCanvas::PlaceOfSeg(const CWaveSeg& seg) const {
@@ -170,7 +196,9 @@ void TimelineCanvas::changeEvent(QEvent* event) {
 
 void TimelineCanvas::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Escape && press_) return CancelPress();
-    QWidget::keyPressEvent(event);
+    const std::optional<modGestures::CursorKey> key = CursorKeyOf(*event);
+    if (!key || press_) return QWidget::keyPressEvent(event);
+    modGestures::picTrackGroup_KeyDown(ctx_, *key);
 }
 
 void TimelineCanvas::contextMenuEvent(QContextMenuEvent* event) {

@@ -32,6 +32,10 @@ public:
 
     /// "Track 1, 0:00:05.0 to 0:00:12.3, 100 %, selected", in the slide's time.
     [[nodiscard]] QString NameOfSeg(const CWaveSeg& seg) const;
+    /// Where it stands in the slide, "0:00:05.0"; empty: the slide has no time.
+    [[nodiscard]] QString NameOfCursor() const;
+    /// Whether it moves all the time.
+    [[nodiscard]] bool IsPlaying() const { return ctx_.form.TmrFrame; }
     /// The topmost segment at a place of the widget; nullptr: none.
     [[nodiscard]] const CWaveSeg* SegAt(const QPoint& at) const;
     [[nodiscard]] QRect PlaceOfSeg(const CWaveSeg& seg) const;

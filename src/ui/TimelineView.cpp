@@ -72,6 +72,7 @@ private:
     std::array<TrackPanel, 2> panels_;
     QScrollBar bar_;
     QMenu menu_;
+    TimelineNews news_{canvas};
     QAction* split_ = nullptr;
     QAction* remove_ = nullptr;
     QAction* separator_ = nullptr;
@@ -173,6 +174,7 @@ void TimelineView::Impl::Refresh() {
     canvas.setEnabled(isFree);
     RefreshBar();
     canvas.update();
+    news_.Tell();
 }
 
 void TimelineView::Impl::RefreshBar() {

@@ -30,6 +30,8 @@ There and back;         push:1000,640;                 press:1,0 move:1,9 move:1
 Longer than the canvas; push:0,3000000;                press:1,0 move:1,10 release:1,10;             1#2:0-64000<0 | 1#1:0-3000000<0 |
 Pinned by video;        slide:2 slide:1 video;         press:2,0 move:2,1 release:2,1;               1#2:0-64000<0 2#4:64000-128000<64000 |  | qvMixEditor|Cannot move segments in Track 1 because there are video records!
 A press selects alone;  push:0,640 push:640,640 mark:2; press:1,0 release:1,0 vol:25;                1#2:0-64000<0 | 1#1:0-640<0 1#3:640-1280<0 | 1*125 Seek:0
+The keys move the line; line:1280;                     key:1 key:3 key:0 key:2 key:5 key:5 key:4 key:0; 1#2:0-64000<0 |  | Seek:1408 Seek:8192 Seek:8064 Seek:1280 Seek:63936 Seek:0
+Not during a drag;      push:0,640 press:1,0;          key:5 release:1,0;                            1#2:0-64000<0 | 1#1:0-640<0 |
 The ruler seeks;        push:63936,100 line:1280;      grab:10 let:10 grab:10 let:20 grab:0 let:999; 1#2:0-64000<0 | 1#1:63936-64036<0 | Seek:2560 Seek:63936
 Typed times go up;      slide:2 play;                  set:10,0 set:59,99 set:75,0 set:-1,0;         1#2:0-64000<0 2#4:64000-128000<64000 |  | Pause Seek:74048)");
     for (std::string claim, before, command, after; std::getline(lines >> std::ws, claim, ';');) {

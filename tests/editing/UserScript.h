@@ -79,6 +79,7 @@ private:
         {"move", [this](int seg, int x) { modGestures::waveSeg_MouseMove(ctx, seg, Left, x); }},
         {"release", [this](int seg, int x) { modGestures::waveSeg_MouseUp(ctx, seg, Left, x); }},
         {"grab", [this](int x, int) { modGestures::picLine_MouseDown(ctx, Left, x - form.picLine); }},
+        {"key", [this](int key, int) { modGestures::picTrackGroup_KeyDown(ctx, modGestures::CursorKey(key)); }},
         {"let", [this](int x, int) { modGestures::imgRulerPad_MouseUp(ctx, Left, x); }},
     };
 };

@@ -76,12 +76,18 @@ class Editor:
         Atspi.set_timeout(PATIENCE_S * 1000, PATIENCE_S * 1000)
         self.told = []    # role and name of whatever got the focus or the selection
         self.reader = Atspi.EventListener.new(self.hear)
-        self.reader.register("object:state-changed:focused")
+        for what in ("focused", "selected"):
+            self.reader.register("object:state-changed:" + what)
         self.app = until(self.find_app, "the editor among the programs")
         self.app.set_cache_mask(Atspi.Cache.NONE)
+
+    def wait_for_window(self):
+        """Until the first slide is there."""
         self.window = self.find("frame", re.compile(".*"))
         self.until(lambda: "active" in states(self.window), "the window in front")
         self.find("list item", re.compile(word("lTrack1") + ".*"))
+        self.settled()
+        return self
 
     def find_app(self):
         assert self.process.poll() is None, self.log.read_text()
@@ -136,6 +142,33 @@ class Editor:
 
     def gone(self, role, name):
         self.until(lambda: not self.all(role, name), f"{role} {name} gone")
+
+    # The keyboard.
+
+    def stops(self):
+        """What the Tab key should reach."""
+        return [node for node in below(self.app)
+                if node.get_role_name() != "list item" and {"showing", "focusable", "enabled"} <= states(node)]
+
+    def stop(self):
+        """Role and name of where it is."""
+        return next(((node.get_role_name(), node.get_name()) for node in self.stops() if "focused" in states(node)), None)
+
+    def tab(self, name):
+        before = self.stop()
+        key(name)
+        return self.until(lambda: (now := self.stop()) != before and now, f"{name} away from {before}")
+
+    def tab_to(self, *stop):
+        for _ in self.stops():
+            if self.stop() == stop:
+                return
+            self.tab("Tab")
+        raise AssertionError(f"{stop} is not reached")
+
+    def hears(self, role, begin):
+        """Waits until a reader is told of something that begins so."""
+        self.until(lambda: any(told[0] == role and told[1].startswith(begin) for told in self.told), f"{begin} told")
 
     # The timeline.
 

@@ -8,9 +8,11 @@ PROGRAMS is the folder of mirrane-editor and qvtool. MIRRANE_TEST_PICTURES names
 """
 
 import json
+import os
 import pathlib
 import re
 import shutil
+import subprocess
 import sys
 
 from desk import Desk, output
@@ -47,7 +49,7 @@ class Bench:
         return file
 
     def editor(self):
-        return Editor(self.desk, self.programs / "mirrane-editor", "--open", self.lecture)
+        return Editor(self.desk, self.programs / "mirrane-editor", "--open", self.lecture).wait_for_window()
 
 
 def names_of(dump):
@@ -191,7 +193,71 @@ def leave_by_hand(bench, editor):
     assert editor.ended() == 0, editor.process.returncode
 
 
-SESSIONS = {"RepairsALecture": repair_a_lecture}
+def fail_to_start(bench):
+    """Without a display, or a part of the program, the editor says so and ends."""
+    program = bench.programs / "mirrane-editor"
+    for display in ({}, {"DISPLAY": ":77"}):
+        bare = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
+        ended = subprocess.run([program, bench.lecture], env={**bare, **display}, stderr=subprocess.PIPE, text=True, check=False)
+        assert ended.returncode == 1 and ended.stderr.count("\n") == 1, ended
+        assert "there is no display" in ended.stderr, ended
+    os.environ["MIRRANE_PROGRAM_FOLDER"] = str(bench.desk.work / "nowhere")
+    editor = Editor(bench.desk, program, "--open", bench.lecture)
+    editor.press("push button", "OK")
+    assert editor.ended() == 1
+    assert editor.log.read_text().endswith("/res.xml is missing: please install the program again\n"), editor.log.read_text()
+
+
+def use_the_keyboard(bench):
+    """No mouse: Tab goes round through all that may be pressed, and the timeline has keys of its own."""
+    editor = bench.editor()
+    go_round(editor, "Tab")
+    edit_by_keys(editor)
+    go_round(editor, "shift+Tab")
+    editor.tab_to("list", word("ListView"))
+    editor.told.clear()
+    key("Down")
+    editor.hears("list item", "2. ")
+    editor.at("0:00:00.0")
+    editor.settled()
+    key("alt+F4")
+    editor.find("alert", TITLE)
+    key("Tab", "Return")
+    assert editor.ended() == 0, editor.process.returncode
+
+
+def go_round(editor, tab):
+    wanted = [(node.get_role_name(), node.get_name()) for node in editor.stops()]
+    assert all(name for _, name in wanted) and len(wanted) >= 13, wanted
+    seen = [editor.tab(tab) for _ in wanted]
+    assert sorted(seen) == sorted(wanted), set(wanted) ^ set(seen)
+
+
+def edit_by_keys(editor):
+    editor.tab_to("list", word("timelineName"))
+    for name, clock in (("Next", "0:00:06.0"), ("Next", "0:00:12.0"), ("Right", "0:00:12.0"), ("Right", "0:00:12.1"),
+                        ("Left", "0:00:12.0"), ("End", "0:00:14.9"), ("Prior", "0:00:08.9")):
+        key(name)
+        editor.at(clock)
+        editor.until(lambda: editor.timeline.get_description() == clock, "the cursor told")
+        editor.settled()
+    editor.choose(lambda: key("Menu"), "mnuSplit")
+    editor.sees("to 0:00:08.9", "0:08.9 to 0:00:15.0")
+    editor.told.clear()
+    key("Home")
+    editor.hears("list item", f"{word('lTrack1')}, 0:00:00.0 to 0:00:08.9, 100 %, ")
+    editor.settled()
+    editor.choose(lambda: key("Menu"), "mnuSetVol")
+    write("50")
+    key("Return", "Tab", "Tab", "space")
+    editor.sees("to 0:00:08.9, 50 %", "0:08.9 to 0:00:15.0")
+    key("Delete")
+    editor.sees("0:08.9 to 0:00:15.0")
+    key("ctrl+z")
+    editor.sees("to 0:00:08.9, 50 %", "0:08.9 to 0:00:15.0")
+
+
+SESSIONS = {"RepairsALecture": repair_a_lecture, "FailsToStart": fail_to_start, "UsesTheKeyboard": use_the_keyboard}
 
 
 def main():

@@ -176,6 +176,11 @@ TEST(TimelineView, FollowsTheWidthAndTheScrollBar) {
     EXPECT_EQ(on.PixelAt(50, kTrack2).red(), 255);
     on.Wheel(-120, Qt::NoModifier);
     EXPECT_EQ(bar->value(), 150);
+    for (const auto& [key, value] : {std::pair(Qt::Key_Home, 0), std::pair(Qt::Key_End, 400)}) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+        QApplication::sendEvent(on.canvas, &event);
+        EXPECT_EQ(bar->value(), value);
+    }
 }
 
 TEST(TimelineView, IsInertWhileTheWindowIsHeld) {
