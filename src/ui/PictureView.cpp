@@ -46,27 +46,29 @@ void PictureView::SetTitle(const QString& title) {
 
 void PictureView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    painter.fillRect(rect(), QColor(kGround));
-    painter.setPen(QColor(kText));
-    if (title_.isEmpty())
+    if (title_.isEmpty()) {
         PaintPicture(painter);
-    else
+    } else {
+        painter.fillRect(rect(), QColor(kGround));
+        painter.setPen(QColor(kText));
         painter.drawText(rect().adjusted(kMargin, kMargin, -kMargin, -kMargin), Qt::AlignCenter | Qt::TextWordWrap,
                          title_);
+    }
     if (note_.isEmpty()) return;
     QRect box = painter.fontMetrics().boundingRect(note_).adjusted(-kMargin, -kMargin / 2, kMargin, kMargin / 2);
     box.moveBottomLeft(rect().bottomLeft() + QPoint(kMargin, -kMargin));
     painter.fillRect(box, QColor(kGround));
+    painter.setPen(QColor(kText));
     painter.drawText(box, Qt::AlignCenter, note_);
 }
 
 /// Scales in the screen's own pixels, so that text on a slide stays sharp.
 void PictureView::PaintPicture(QPainter& painter) {
-    if (!picture_) return;
+    if (!picture_) return painter.fillRect(rect(), QColor(kGround));
     const double ratio = painter.device()->devicePixelRatioF();
     const QSize room(static_cast<int>(std::floor(width() * ratio)), static_cast<int>(std::floor(height() * ratio)));
     const QRect place = FittedRect({picture_->size.width, picture_->size.height}, room);
-    if (place.isEmpty()) return;
+    if (place.isEmpty()) return painter.fillRect(rect(), QColor(kGround));
     if (drawn_.size() != place.size()) {
         drawn_ = QImage(place.size(), QImage::Format_RGB32);
         const qv::BgraTarget target{
@@ -77,7 +79,10 @@ void PictureView::PaintPicture(QPainter& painter) {
         if (!qv::DrawBgra(*picture_, target)) drawn_.fill(kGround);
     }
     drawn_.setDevicePixelRatio(ratio);
-    painter.drawImage(QPointF(place.topLeft()) / ratio, drawn_);
+    const QRectF covered(QPointF(place.topLeft()) / ratio, QSizeF(place.size()) / ratio);
+    for (const QRect& beside : QRegion(rect()) - covered.toAlignedRect().adjusted(1, 1, -1, -1))
+        painter.fillRect(beside, QColor(kGround));
+    painter.drawImage(covered.topLeft(), drawn_);
 }
 
 }  // namespace mirrane

@@ -110,7 +110,10 @@ SlideListWidget::SlideListWidget(EditContext& ctx, QWidget* parent) : QListWidge
     setMinimumWidth(kLeastWidth);
     setItemDelegate(new SlideDelegate(thumbs_, this));
     GridTable& table = ctx_.state.ListView;
-    table.Watch([this] { ctx_.form.Changed(); });
+    table.Watch([this] {
+        isStale_ = true;
+        ctx_.form.Changed();
+    });
     table.OnSetFocus([this] { setFocus(); });
     // A slide's first showing may take a while and lets events run, which nothing should do inside of a press.
     connect(this, &QListWidget::itemSelectionChanged, this, [this] {
@@ -128,7 +131,8 @@ SlideListWidget::~SlideListWidget() {
 
 void SlideListWidget::Refresh() {
     const QSignalBlocker blocker(this);
-    FillRows();
+    // The window is refreshed ten times a second while it plays.
+    if (std::exchange(isStale_, false)) FillRows();
     if (!isTakeWanted_) ShowSelection();
 }
 

@@ -36,6 +36,7 @@ private:
 
     EditContext& ctx_;
     QHash<QString, QImage> thumbs_;
+    bool isStale_ = true;        ///< the table has changed since its rows were filled in
     bool isTakeWanted_ = false;  ///< TakeSelection is on its way
     int shown_ = 0;              ///< the current row that was scrolled to last
 };

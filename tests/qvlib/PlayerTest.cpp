@@ -376,15 +376,29 @@ TEST(ShownPictureTest, IsDrawnInTheColoursAndTheSizeAskedFor) {
         std::fill_n(frame->data[plane], frame->linesize[plane] * (plane == 0 ? 16 : 8),
                     static_cast<std::uint8_t>(red.at(plane)));
     const ShownPicture shown = ToShown({std::shared_ptr<const AVFrame>(frame.get(), [](const AVFrame*) {}), 0}, 7);
-    std::vector<std::uint8_t> drawn(8 * 40 - 8);
-    const PictureDim size{8, 8};
+    std::vector<std::uint8_t> drawn(8 * 40 - 8 - 4);
+    const PictureDim size{7, 8};
     EXPECT_TRUE(DrawBgra(shown, {drawn, 40, size}));
-    EXPECT_NEAR(drawn[40 * 7 + 28 + 2], 255, 2);
-    EXPECT_NEAR(drawn[40 * 7 + 28], 0, 2);
-    EXPECT_EQ(drawn[40 * 7 + 28 + 3], 255);
-    EXPECT_EQ(drawn[33], 0);  // between the lines
-    EXPECT_FALSE(DrawBgra(shown, {std::span(drawn).first(8 * 40 - 9), 40, size}));
-    EXPECT_FALSE(DrawBgra(shown, {drawn, 31, size}) || DrawBgra({}, {drawn, 40, size}));
+    EXPECT_NEAR(drawn[40 * 7 + 24 + 2], 255, 2);
+    EXPECT_NEAR(drawn[40 * 7 + 24], 0, 2);
+    EXPECT_EQ(drawn[40 * 7 + 24 + 3], 255);
+    EXPECT_EQ(drawn[28], 0);  // between the lines
+    EXPECT_FALSE(DrawBgra(shown, {std::span(drawn).first(8 * 40 - 13), 40, size}));
+    EXPECT_FALSE(DrawBgra(shown, {drawn, 27, size}) || DrawBgra({}, {drawn, 40, size}));
+}
+
+TEST(ShownPictureTest, LooksLikeAnotherIfAllItsSamplesAreTheSame) {
+    const auto make = [](int plane, int at) {
+        std::shared_ptr<AVFrame> frame = av::NewPictureFrame(AV_PIX_FMT_YUV420P, 30, 6);
+        for (std::size_t i = 0; i < 3; ++i) std::fill_n(frame->data[i], frame->linesize[i] * (i == 0 ? 6 : 3), 90);
+        ++frame->data[plane][at];
+        return Picture{frame, at};
+    };
+    const int line = av::NewPictureFrame(AV_PIX_FMT_YUV420P, 30, 6)->linesize[1];
+    const Picture one = make(1, 15);  // beside the picture, as is all that is behind the 15th
+    EXPECT_TRUE(LooksLike(one, one) && LooksLike(one, make(2, 16)));
+    EXPECT_FALSE(LooksLike(one, make(0, 29)) || LooksLike(one, make(1, 2 * line + 14)) || LooksLike(one, make(2, 14)));
+    EXPECT_FALSE(LooksLike(one, {}) || LooksLike({}, {}));
 }
 
 }  // namespace

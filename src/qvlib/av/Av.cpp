@@ -111,8 +111,7 @@ void PictureScaler::Scale(const AVFrame& from, AVFrame& to) {
         SilenceLog();
         scaler_.reset(sws_getContext(from.width, from.height, WithRangeTold(static_cast<AVPixelFormat>(from.format)),
                                      to.width, to.height, WithRangeTold(static_cast<AVPixelFormat>(to.format)),
-                                     filter_ | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr,
-                                     nullptr, nullptr));
+                                     filter_ | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
         if (!scaler_) throw MediaError("picture", "pixel format cannot be converted");
         constexpr int kUnity = 1 << 16;
         sws_setColorspaceDetails(scaler_.get(), ScaleMatrix(from), IsFullRange(from), ScaleMatrix(to), IsFullRange(to),

@@ -53,7 +53,7 @@ void PictureFeeder::Step(std::optional<Task> task, bool isPlaying) {
 void PictureFeeder::Begin(Task task) {
     task_ = std::move(task);
     queue_.clear();
-    last_.reset();
+    last_ = {};
     isReady_ = false;
     isOver_ = !task_.track || !task_.program || task_.program->frameRows.empty();
     nextAt_ = isOver_ ? 0 : std::clamp(task_.from, 0, task_.program->Length() - 1);
@@ -75,9 +75,10 @@ void PictureFeeder::Decode(Ms time) {
     if (!standing) return;
     const std::int64_t next = std::int64_t{time} + standing->until - src;
     nextAt_ = piece.isHold ? row->posEnd : static_cast<Ms>(std::min<std::int64_t>(next, row->posEnd));
-    const bool isNew = standing->picture.frame && standing->picture.frame != last_;
+    // In a recorded screen a picture is often the same as the one before.
+    const bool isNew = standing->picture.frame && !LooksLike(standing->picture, last_);
     if (isNew) {
-        last_ = standing->picture.frame;
+        last_ = standing->picture;
         queue_.push_back({time, ToShown(standing->picture, time)});
     }
     if (isReady_) return;

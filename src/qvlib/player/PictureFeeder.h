@@ -63,11 +63,11 @@ private:
 
     // The thread's own.
     Task task_;
-    std::deque<Due> queue_;             ///< decoded ahead, in order
-    Ms nextAt_ = 0;                     ///< where the picture after the last in the queue begins
-    bool isOver_ = true;                ///< there is none
-    std::shared_ptr<const void> last_;  ///< the picture that was queued last
-    bool isReady_ = true;               ///< it was told
+    std::deque<Due> queue_;  ///< decoded ahead, in order
+    Ms nextAt_ = 0;          ///< where the picture after the last in the queue begins
+    bool isOver_ = true;     ///< there is none
+    Picture last_;           ///< that was queued last
+    bool isReady_ = true;    ///< it was told
 
     FeederThread<Task> thread_;
 };
