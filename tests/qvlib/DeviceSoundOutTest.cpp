@@ -30,7 +30,7 @@ struct Trouble {
 };
 
 /// A sound server whose only device keeps what it plays for a recorder.
-class DeviceSoundOutTest : public testing::TestWithParam<Trouble> {
+class SoundServerTest : public testing::Test {
 protected:
     /// @returns false when no server comes up, or no recorder
     bool BeginServer() {
@@ -63,6 +63,9 @@ protected:
     std::shared_ptr<ISoundOut> out_;
 };
 
+using SlowDeviceTest = SoundServerTest;
+class DeviceSoundOutTest : public SoundServerTest, public testing::WithParamInterface<Trouble> {};
+
 TEST_P(DeviceSoundOutTest, TimeGoesOnWhateverHappensAndTheNextStartIsHeard) {
     const Trouble& trouble = GetParam();
     if (trouble.signal >= 0 && !BeginServer()) GTEST_SKIP() << "pulseaudio cannot be started here";
@@ -90,6 +93,19 @@ TEST_P(DeviceSoundOutTest, TimeGoesOnWhateverHappensAndTheNextStartIsHeard) {
     std::erase(heard, 0.0F);
     for (std::size_t i = 0; i < heard.size(); ++i) ASSERT_EQ(heard[i] * (1 << 20), static_cast<float>(i + 1));
     EXPECT_NEAR(static_cast<int>(heard.size() / 48), static_cast<int>(out_->Played() / 48), kBusyMs);
+}
+
+TEST_F(SlowDeviceTest, IsWaitedForUntilItBegins) {
+    if (!BeginServer()) GTEST_SKIP() << "pulseaudio cannot be started here";
+    out_ = MakeDeviceSoundOut([this](const std::string& line) { log_ += line; });
+    std::this_thread::sleep_for(200ms);
+    server_.Signal(SIGSTOP);
+    Start();
+    EXPECT_GT(LostIn(1200), 1200 - 100) << "nothing is heard yet";
+    server_.Signal(SIGCONT);
+    EXPECT_LT(LostIn(1000), 2 * kBusyMs);
+    out_->Stop();
+    EXPECT_EQ(log_, "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Troubles, DeviceSoundOutTest,

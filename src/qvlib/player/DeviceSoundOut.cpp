@@ -23,6 +23,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t kHeldFrames = 50 * kSamplesPerMs;
 /// Who has not answered or asked for sound for so long is taken for lost.
 constexpr std::chrono::milliseconds kPatience{500};
+/// The same until it has taken more than it holds: a device that slept, or is far away, may take seconds to begin.
+constexpr std::chrono::milliseconds kFirstPatience{3000};
 constexpr std::chrono::milliseconds kLookEvery{20};
 
 /// What plays from a Start to its Stop: by the device, and once that is lost by a steady clock. The last one to fill is
@@ -212,7 +214,7 @@ public:
     /// Has the device play this and nothing else; or nothing.
     void Play(std::shared_ptr<Run> run) {
         const std::lock_guard lock(desk_->mutex);
-        if (run && desk_->busySince && Clock::now() - *desk_->busySince > kPatience) run->Lose();
+        if (run && desk_->busySince && Clock::now() - *desk_->busySince > kFirstPatience) run->Lose();
         desk_->run = std::move(run);
         desk_->changed.notify_all();
     }
@@ -305,7 +307,8 @@ private:
         std::unique_lock lock(mutex_);
         while (!changed_.wait_for(lock, kLookEvery, [this] { return isStopping_; })) {
             if (std::exchange(pulled, run.Pulled()) != pulled) lastPull = Clock::now();
-            if (!run.IsLost() && Clock::now() - lastPull < kPatience) continue;
+            const auto patience = pulled > kHeldFrames ? kPatience : kFirstPatience;
+            if (!run.IsLost() && Clock::now() - lastPull < patience) continue;
             lock.unlock();
             run.GoOnWithoutDevice();
             if (log_) log_(pulled == 0 ? kNoDevice : kLostDevice);

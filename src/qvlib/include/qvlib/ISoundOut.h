@@ -35,7 +35,8 @@ public:
 [[nodiscard]] std::shared_ptr<ISoundOut> MakeSteadySoundOut();
 
 /// The default sound device, which may come and go: Start always starts. What plays when it is lost, does not answer for
-/// half a second, or is not there, goes nowhere from then on, in real time; the next Start asks for the device again.
+/// half a second (three until it has begun), or is not there, goes nowhere from then on, in real time; the next Start asks
+/// for the device again.
 /// None of its calls waits for the sound server, but that its end gives it half a second to let go.
 /// @param log told when a device is missed, one line without an end; called on a thread of its own. May be empty
 [[nodiscard]] std::shared_ptr<ISoundOut> MakeDeviceSoundOut(std::function<void(const std::string&)> log);
