@@ -6,6 +6,7 @@ import statistics
 
 import bench_edits as edits
 import bench_measure as measure
+import bench_playing as players
 import bench_references as references
 import bench_seeks as seeks
 import lecture_checks as checks
@@ -300,6 +301,32 @@ def editing(bench):
         print(f"    {name:<34} {bench.conclude(name, words, aim, reached)}")
 
 
+MOST_BEYOND_DECODING = 0.25     # of a core
+
+
+def playing(bench):
+    """a lecture played in the window"""
+    project = bench.work / "played"
+    edits.copy(bench.media.project(bench.codec, bench.hour, SAVED_SLIDES), project)
+    media = project / "media.qv"
+    bench.heading(f"Playing at its own pace, {bench.codec}, 1280 x 720")
+    measure.warm(media)
+    rounds = []
+    with players.display() as environment:
+        for _ in range(bench.runs):
+            measure.wait_for_quiet(bench.patience)
+            rounds.append((players.ours(bench.bin / "mirrane-editor", project, environment),
+                           players.decoding(media, environment), players.mpv(media, environment)))
+    ours, decoding, mpv = map(statistics.median, zip(*rounds))
+    if ours < decoding / 2:
+        raise RuntimeError("the editor does not play")
+    for name, used in (("the editor", ours), ("ffmpeg -re, decoding only", decoding), ("mpv --vo=x11", mpv)):
+        print(f"    {name:<34} {used:6.1%} of a core")
+    beyond = ours - decoding
+    print(f"    {'':<34} " + bench.conclude("beyond decoding", f"{beyond:.1%} of a core",
+                                            f"under {MOST_BEYOND_DECODING:.0%}", beyond < MOST_BEYOND_DECODING))
+
+
 SAVED_SLIDES = 40
 
 
@@ -406,6 +433,6 @@ def recording(bench):
 
 
 CASES = {"b": replaced, "a": untouched, "volume": volume, "peaks": peaks, "import": import_sound, "verify": verify,
-         "thumbs": thumbnails, "c": cut_and_held, "process": in_process, "timeline": timeline, "seek": seek, "info": info,
+         "thumbs": thumbnails, "c": cut_and_held, "process": in_process, "timeline": timeline, "seek": seek, "info": info, "playing": playing,
          "editing": editing, "saving": saving, "recording": recording,
          "memory": memory}

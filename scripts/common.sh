@@ -14,7 +14,9 @@ build_packages=(
 test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core pulseaudio
     xvfb openbox xdotool dbus-daemon at-spi2-core gir1.2-atspi-2.0 python3-gi python3-numpy)
 demo_packages=(espeak-ng)
-bench_packages=(libbenchmark-dev melt mpv ffmpeg espeak-ng python3 mkvtoolnix fonts-dejavu-core python3-pil)
+bench_packages=(
+    libbenchmark-dev melt mpv ffmpeg espeak-ng python3 mkvtoolnix fonts-dejavu-core python3-pil xvfb xdotool
+)
 ci_packages=(clang-format clang-tidy clang libclang-rt-14-dev)
 
 # missing_packages PACKAGE...: those that are not installed, one a line.
