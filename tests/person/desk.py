@@ -11,7 +11,7 @@ import tempfile
 import time
 
 PATIENCE_S = 60    # others on the machine may keep everything waiting
-SINK = "module-null-sink sink_name=desk rate=48000 format=float32le channels=1 norewinds=1"
+CARD = "module-null-sink sink_name=desk rate=48000 format=float32le channels=1 norewinds=1"
 
 
 def until(condition, what, patience=PATIENCE_S):
@@ -49,9 +49,10 @@ class Desk:
             self.begin_bus()
             self.begin("openbox")
             until(lambda: succeeds("xdotool", "get_desktop"), "a window manager")
-            self.begin("pulseaudio", "-n", "--load=" + SINK, "--load=module-native-protocol-unix auth-anonymous=1",
+            self.begin("pulseaudio", "-n", "--load=module-native-protocol-unix auth-anonymous=1",
                        "--exit-idle-time=-1", "--use-pid-file=no")
             until(lambda: succeeds("pactl", "info"), "a sound server")
+            self.plug()
         except BaseException:
             self.ends.close()
             raise
@@ -72,15 +73,18 @@ class Desk:
         (self.work / "temp").mkdir()
 
     def begin(self, *command, **kwargs):
-        """Starts something that runs until the desk goes, or this process; what it says goes to a file."""
+        """Starts something that runs until the desk goes, or this process; what it says goes to a file. Where that is
+        allowed it goes ahead of what else the machine does, which would make the sound stutter."""
         with open(self.work / f"{pathlib.Path(command[0]).name}.log", "wb") as log:
-            process = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", *command], stdin=subprocess.DEVNULL,
+            process = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "nice", "-n", "-15", *command], stdin=subprocess.DEVNULL,
                                        stderr=log, start_new_session=True, **{"stdout": log, **kwargs})
         self.ends.callback(self.end, process)
         return process
 
     @staticmethod
     def end(process):
+        if process.poll() is not None:
+            return    # its number may be another's by now
         with contextlib.suppress(ProcessLookupError):
             os.killpg(process.pid, signal.SIGKILL)
         process.wait()
@@ -97,10 +101,19 @@ class Desk:
         bus = self.begin("dbus-daemon", "--session", "--nofork", "--print-address=1", stdout=subprocess.PIPE)
         os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
 
+    def plug(self):
+        self.card = output("pactl", "load-module", *CARD.split()).decode().strip()
+
+    def unplug(self):
+        output("pactl", "unload-module", self.card)
+
     def record(self, file):
         """Keeps what comes out of the sound card from now on, see sound.heard."""
-        self.begin("sh", "-c", 'exec parec -d desk.monitor --rate=48000 --channels=1 --format=float32le --raw >"$0"', file)
-        until(lambda: os.path.exists(file) and os.path.getsize(file) > 0, "the first sound")
+        with open(file, "wb") as sound:
+            recorder = self.begin("parec", "-d", "desk.monitor", "--rate=48000", "--channels=1", "--format=float32le",
+                                  "--raw", stdout=sound)
+        until(lambda: os.path.getsize(file) > 0, "the first sound")
+        return recorder
 
     @staticmethod
     def picture(file):

@@ -16,7 +16,7 @@ import subprocess
 import sys
 
 from desk import Desk, output
-from editor import Editor, key, place, states, word, write
+from editor import TRACK_Y, Editor, key, mouse, place, states, windows, word, write
 import sound
 
 TITLE = "Mirrane Audio Editor"
@@ -94,7 +94,7 @@ def repair_a_lecture(bench):
     dumps = [json.dumps(bench.script(folder, "slide 3", "dump")[-1]).replace(str(folder), "")
              for folder in (bench.lecture, twin)]
     assert dumps[0] == dumps[1], dumps
-    assert bench.tool("verify", "--whole", bench.lecture).count("sound") == 1
+    whole(bench)
     assert not list((bench.desk.work / "temp").glob("_qvMix_*")), "a work folder is left"
 
 
@@ -149,13 +149,17 @@ def edits_of_script(viewport, voice):
 
 def import_by_hand(bench, editor, voice):
     editor.ruler(300, "0:00:19.2")
+    import_file(editor, voice, lambda: bench.desk.show("file"))
+    editor.sees("to 0:00:06.4", "0:12.8 to", "Track 2")
+
+
+def import_file(editor, file, on_open=lambda: None):
     editor.press("push button", word("tipImportAudio"))
     name = editor.find("text", re.compile("File name:"))
     editor.until(lambda: "focused" in states(name), "the name's field")
-    bench.desk.show("file")
-    write(str(voice))
+    on_open()
+    write(str(file))
     key("Return")
-    editor.sees("to 0:00:06.4", "0:12.8 to", "Track 2")
 
 
 def set_volume_by_hand(bench, editor):
@@ -257,7 +261,149 @@ def edit_by_keys(editor):
     editor.sees("to 0:00:08.9, 50 %", "0:08.9 to 0:00:15.0")
 
 
-SESSIONS = {"RepairsALecture": repair_a_lecture, "FailsToStart": fail_to_start, "UsesTheKeyboard": use_the_keyboard}
+def hear_what_is_saved(bench):
+    """A cut, a moved segment, another volume and an imported sound are saved as they are played, to the millisecond."""
+    voice = bench.voice(3)
+    editor = bench.editor()
+    editor.choose_slide(3)
+    for x, clock in ((60, "0:00:03.8"), (90, "0:00:05.7")):
+        editor.ruler(x, clock)
+        editor.choose(lambda: editor.click(editor.timeline, 3, at=(x + 5, TRACK_Y[0])), "mnuSplit")
+    editor.sees("to 0:00:03.8", "to 0:00:05.7", "to 0:00:22.7")
+    editor.click(editor.segment(1))
+    key("Delete")
+    editor.sees("to 0:00:03.8", "0:05.7 to 0:00:22.7")
+    editor.drag(1, -60)
+    editor.sees("to 0:00:03.8", "0:03.8 to 0:00:20.8")
+    editor.press("push button", word("tipVolDown"))
+    editor.sees("to 0:00:03.8", "75 %")
+    editor.ruler(120, "0:00:07.6")
+    import_file(editor, voice)
+    editor.sees("to 0:00:03.8", "75 %", "0:07.6 to 0:00:10.6")
+
+    heard = take_of_passage(bench, editor)
+    save_by_hand(bench, editor)
+    start, end = ((33920 + ms) * sound.PER_MS for ms in PASSAGE)
+    saved = sound.of_file(bench.lecture / "media.qv")[start:end]
+    second = 1000 * sound.PER_MS
+    begin = sound.find(saved[:second], heard)[0]
+    late = sound.find(saved[-second:], heard)[0] - begin - (len(saved) - second)
+    alike = sound.likeness(saved, heard[begin:begin + len(saved)])
+    print(f"{late} samples late at the end, likeness {alike}")
+    assert abs(late) < sound.PER_MS and alike > 0.99
+    editor.process.terminate()
+    assert editor.ended() == 0, editor.process.returncode
+
+
+PASSAGE = (2496, 11968)    # of the slide, ms: from before the cut to behind the imported sound
+
+
+def take_of_passage(bench, editor):
+    """What the sound card gets while the passage is played."""
+    editor.ruler(PASSAGE[0] // 64, "0:00:02.4")
+    file = bench.desk.work / "record"
+    bench.desk.record(file)
+    editor.press("push button", word("cmdPlay"))
+    editor.until(lambda: editor.time() > PASSAGE[1] / 1000 + 0.5, "the passage played")
+    editor.press("push button", word("cmdPause"))
+    editor.find("push button", word("cmdPlay"))
+    editor.settled()
+    return sound.without_gaps(sound.of_record(file))
+
+
+def cannot_break_a_save(bench):
+    """Closing the window does nothing during a save; a signal leaves the old lecture or the new one."""
+    editor = bench.editor()
+    import_file(editor, bench.voice(120))    # so that it takes a while
+    editor.sees("", "Track 2")
+    job = begin_save(editor)
+    frame = place(editor.window)
+    key("alt+F4")
+    mouse("mousemove", frame.x + frame.width - 9, frame.y - 9, "click", 1)    # the title bar's button
+    assert job & windows(), "the save was over too soon to be disturbed"
+    editor.until(lambda: not job & windows(), "the save's end")
+    editor.until(lambda: not editor.is_on("push button", word("ToolbarSave")), "saved")
+    editor.settled()
+    editor.sees("to 0:02:00.0, 100 %")    # what was saved is the recording now
+    whole(bench)
+    saved = files_of(bench.lecture)
+
+    louder(editor)
+    begin_save(editor)
+    editor.process.terminate()
+    assert editor.ended() == 0, editor.process.returncode
+    whole(bench)
+    now = files_of(bench.lecture)
+    print("the lecture is the", "old" if now[pathlib.Path("media.qv")] == saved[pathlib.Path("media.qv")] else "new", "one")
+    assert set(now) == set(saved), set(now) ^ set(saved)
+
+
+def begin_save(editor):
+    """Returns the windows of the job, which may be over soon."""
+    before = windows()
+    key("ctrl+s")
+    return editor.until(lambda: windows() - before, "the save's window")
+
+
+def louder(editor):
+    editor.click(editor.segment(0))
+    editor.press("push button", word("tipVolUp"))
+    editor.until(lambda: "125 %" in editor.segments()[0], "louder")
+    editor.settled()
+
+
+def whole(bench):
+    told = bench.tool("verify", "--whole", bench.lecture)
+    assert "media.qv: sound" in told and "agrees with it" in told, told
+
+
+def is_impatient(bench):
+    """Clicks while a seek runs, keys that are held down, a sound card that goes: nothing breaks."""
+    editor = bench.editor()
+    slides = [editor.find("list item", re.compile(f"{number}[.] .*")) for number in range(1, 6)]
+    for slide in slides * 3:
+        editor.click(slide)
+    editor.settled()
+    editor.choose_slide(2)
+    louder(editor)
+    hold_down("ctrl+z", "ctrl+y", "ctrl+z", "space", "space")
+    editor.tab_to("list", word("ListView"))
+    hold_down("Down", "Up")
+    editor.settled()
+    lose_the_card(bench, editor)
+    key("alt+F4")
+    assert editor.ended() == 0, editor.process.returncode
+    whole(bench)
+    assert "the sound device is lost" in editor.log.read_text(), editor.log.read_text()
+
+
+def hold_down(*names):
+    for name in names:
+        mouse("keydown", name, "sleep", 1.2, "keyup", name)    # longer than the keyboard's delay
+
+
+def lose_the_card(bench, editor):
+    """The time goes on without a sound card, and the next play uses the one that is there then."""
+    editor.choose_slide(5)
+    editor.press("push button", word("cmdPlay"))
+    editor.until(lambda: editor.time() > 1, "a second played")
+    bench.desk.unplug()
+    editor.until(lambda: editor.time() > 3, "two seconds without a sound card")
+    editor.press("push button", word("cmdPause"))
+    editor.find("push button", word("cmdPlay"))
+    editor.settled()
+    bench.desk.plug()
+    record = bench.desk.work / "record"
+    bench.desk.record(record)
+    editor.press("push button", word("cmdPlay"))
+    editor.until(lambda: sound.of_record(record).any(), "sound from the new card")
+    editor.press("push button", word("cmdPause"))
+    editor.find("push button", word("cmdPlay"))
+    editor.settled()
+
+
+SESSIONS = {"RepairsALecture": repair_a_lecture, "FailsToStart": fail_to_start, "UsesTheKeyboard": use_the_keyboard,
+            "HearsWhatIsSaved": hear_what_is_saved, "CannotBreakASave": cannot_break_a_save, "IsImpatient": is_impatient}
 
 
 def main():

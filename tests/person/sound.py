@@ -22,8 +22,9 @@ def find(part, whole):
     """Where a part lies in the whole, as a number of samples, and how much both are alike there: 1 is equal."""
     size = 1 << (len(part) + len(whole)).bit_length()
     product = numpy.fft.irfft(numpy.fft.rfft(whole, size) * numpy.conj(numpy.fft.rfft(part, size)), size)
-    products = product[:len(whole) - len(part) + 1]
-    at = int(products.argmax())
+    energy = numpy.concatenate(([0.0], numpy.cumsum(whole.astype(float) ** 2)))
+    energy = energy[len(part):] - energy[:-len(part)]
+    at = int((product[:len(energy)] / numpy.sqrt(energy + 1e-3)).argmax())
     return at, likeness(part, whole[at:at + len(part)])
 
 
@@ -36,6 +37,16 @@ def pieces(part, whole, piece_ms=200, quiet=0.02):
         if numpy.abs(piece).max() > quiet:
             at, alike = find(piece, whole)
             yield at - start, alike
+
+
+def without_gaps(record, shortest_ms=5):
+    """What is left of a record without stretches of nothing at all, which a sound card plays when it gets nothing in
+    time, as on a busy machine. Recorded silence is never that silent."""
+    edges = numpy.flatnonzero(numpy.diff(numpy.concatenate(([False], record == 0, [False])).astype(int)))
+    keeps = numpy.ones(len(record), bool)
+    for begin, end in zip(edges[::2], edges[1::2]):
+        keeps[begin:end] = end - begin < shortest_ms * PER_MS
+    return record[keeps]
 
 
 def likeness(one, other):
