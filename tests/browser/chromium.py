@@ -77,14 +77,14 @@ class Browser:
         # Chromium reads commands from descriptor 3 and answers on 4.
         (command_end, self.commands), (self.answers, answer_end) = os.pipe(), os.pipe()
         ends = [fcntl.fcntl(end, fcntl.F_DUPFD, 10) for end in (command_end, answer_end)]
-        os.close(command_end), os.close(answer_end)
         self.process = subprocess.Popen(
             ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
              "--disable-background-networking", "--disable-component-update", "--disable-sync",
-             "--remote-debugging-pipe", "--autoplay-policy=no-user-gesture-required", f"--user-data-dir={profile}", *options, "about:blank"],
+             "--remote-debugging-pipe", "--autoplay-policy=no-user-gesture-required",
+             f"--user-data-dir={profile}", *options, "about:blank"],
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, pass_fds=(3, 4),
             preexec_fn=lambda: (os.dup2(ends[0], 3), os.dup2(ends[1], 4)))
-        for end in ends:
+        for end in (command_end, answer_end, *ends):
             os.close(end)
         self.rest, self.count, self.session = b"", 0, None
         self.faults, self.outside, self.home = [], [], ""
