@@ -13,6 +13,7 @@
 #include "base/Files.h"
 #include "qvlib/ISoundOut.h"
 #include "store/Opening.h"
+#include "ui/Language.h"
 
 namespace app {
 
@@ -57,6 +58,7 @@ Program::Program(CommandLine line)
 
 bool Program::Start() {
     CheckParts(host_.ProgramFolder());
+    mirrane::SpeakLanguage(texts_.Language());
     const bool isChecked = line_.wish == CommandLine::Wish::Open;
     mirrane::basMixMain::Main(state_, check_, *this, isChecked ? std::string() : line_.path);
     return window_ != nullptr;

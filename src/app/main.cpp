@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <QApplication>
 #include <QGuiApplication>
-#include <QLibraryInfo>
-#include <QLocale>
 #include <QMessageBox>
 #include <QSessionManager>
-#include <QTranslator>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -58,9 +55,6 @@ std::unique_ptr<QApplication> MakeApplication(int& argc, char** argv) {
 int Run(QApplication& application, const app::CommandLine& line) {
     // Between two windows there may be none.
     QApplication::setQuitOnLastWindowClosed(false);
-    QTranslator words;
-    if (words.load(QLocale(), "qtbase", "_", QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QApplication::installTranslator(&words);
     app::Program program(line);
     const app::LeaveSignals leaving([&program] { program.Terminate(); });
     QObject::connect(

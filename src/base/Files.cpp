@@ -136,7 +136,7 @@ fs::path MakeUnused(const fs::path& folder, const std::string& prefix, const std
 
 bool MoveFileOver(World& world, const fs::path& source, const fs::path& target, Quiet quiet) {
     const auto fail = [&](const std::string& why) {
-        if (quiet == Quiet::No) ShowMessage(world, "Move File Error: " + why);
+        if (quiet == Quiet::No) ShowFailure(world, "Move File Error: " + why);
         return false;
     };
     if (!FileExists(source)) return fail("The source file " + source.string() + " does not exist");
@@ -228,7 +228,7 @@ bool CreateFolderWithMsg(World& world, const fs::path& folder) {
     FolderResult result = RecreateFolder(world, folder);
     if (result != FolderResult::Done) result = RecreateFolder(world, folder);
     const auto tell = [&world](const char* key, const std::string& culprit) {
-        ShowMessage(world, ReplaceAll(GetResString(world, "frmCommon", key), "%s", culprit));
+        ShowFailure(world, ReplaceAll(GetResString(world, "frmCommon", key), "%s", culprit));
         return false;
     };
     switch (result) {

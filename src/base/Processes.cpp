@@ -84,7 +84,7 @@ void frmExecCmd::InitCmd(std::string command, std::vector<std::string> arguments
 void frmExecCmd::Show() {
     const std::string program = Trim(command_);
     const auto fail = [this](const std::string& why) {
-        ShowMessage(world_, "Execution failed because " + why, "frmExecCmd.tmrExec_Timer");
+        ShowFailure(world_, "Execution failed because " + why, "frmExecCmd.tmrExec_Timer");
     };
     if (program.empty()) {
         fail("command is empty!");

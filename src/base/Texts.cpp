@@ -48,10 +48,16 @@ std::string Texts::GetResString(const std::string& formName, const std::string& 
     return WithProductName(defaultText);
 }
 
+std::string Texts::Language() {
+    if (!isLoaded_) Load();
+    return language_;
+}
+
 void Texts::Load() {
     isLoaded_ = true;
     pugi::xml_document document;
     if (!document.load_file(resFile_.c_str())) return;
+    language_ = document.document_element().attribute("xml:lang").value();
     for (const pugi::xml_node& form : document.document_element())
         if (const auto name = form.attribute("name")) forms_.try_emplace(name.value(), ReadForm(form));
 }

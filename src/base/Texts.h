@@ -13,7 +13,7 @@ namespace mirrane {
 
 /// The words of the user interface, from a file res.xml:
 ///
-///     <res><form name="frmCommon"><text name="msgVerifyQv">Verifying ...\n</text> ... </form> ... </res>
+///     <res xml:lang="en"><form name="frmCommon"><text name="msgVerifyQv">Verifying ...\n</text> ... </form> ... </res>
 ///
 /// In a text, the two characters "\n" stand for a line end, which comes out as CRLF, and "%p" for the product's name.
 /// Of two forms, or two texts of a form, with one name the first one counts.
@@ -26,12 +26,15 @@ public:
     ///          cannot be read as XML
     [[nodiscard]] std::string GetResString(const std::string& formName, const std::string& key,
                                            const std::string& defaultText = {});
+    /// Which language the words are in, "de" or "zh-TW"; empty when the file does not tell.
+    [[nodiscard]] std::string Language();
 
 private:
     void Load();
 
     std::filesystem::path resFile_;
     bool isLoaded_ = false;
+    std::string language_;
     std::map<std::string, std::map<std::string, std::string>, std::less<>> forms_;
 };
 

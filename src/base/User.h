@@ -17,6 +17,7 @@ struct MessageBox {
     std::string text;
     std::string title = {};  ///< empty: kApplicationTitle
     Buttons buttons = Buttons::Ok;
+    bool isFailure = false;  ///< something has gone wrong, other than that the user asked for what cannot be
 };
 
 /// Talking to the user. A window with message boxes, or a script that answers in the user's place.

@@ -5,9 +5,9 @@ namespace mirrane {
 
 void ReportStepError(World& world, const std::string& description, const std::string& procedureName) {
     if (procedureName.empty())
-        ShowMessage(world, description);
+        ShowFailure(world, description);
     else
-        ShowMessage(world, description + ": " + world.gStepLabel, procedureName);
+        ShowFailure(world, description + ": " + world.gStepLabel, procedureName);
 }
 
 std::string GetResString(World& world, const std::string& formName, const std::string& key,
@@ -17,6 +17,10 @@ std::string GetResString(World& world, const std::string& formName, const std::s
 
 void ShowMessage(World& world, const std::string& text, const std::string& title) {
     (void)world.user.Ask({.text = text, .title = title});
+}
+
+void ShowFailure(World& world, const std::string& text, const std::string& title) {
+    (void)world.user.Ask({.text = text, .title = title, .isFailure = true});
 }
 
 }  // namespace mirrane

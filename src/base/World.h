@@ -34,6 +34,9 @@ void ReportStepError(World& world, const std::string& description, const std::st
 /// Shows a text in a plain message box.
 void ShowMessage(World& world, const std::string& text, const std::string& title = {});
 
+/// The same for what has gone wrong.
+void ShowFailure(World& world, const std::string& text, const std::string& title = {});
+
 /// Shows the waiting pointer as long as this lives.
 class BusyCursor {
 public:

@@ -125,7 +125,9 @@ void mnuSetVol_Click(EditContext& ctx) {
     if (!MayBegin(ctx)) return;
     TrappedVoid(ctx.world(), "mnuSetVol_Click", [&ctx] {
         const std::vector<std::int32_t> selected = SelectedSegs(ctx);
-        if (selected.size() > 1) ShowMessage(ctx.world(), "Cannot set volume of more than one wave segment!");
+        if (selected.size() > 1)
+            ShowMessage(ctx.world(), GetResString(ctx.world(), kForm, "msgSetVolOfOne",
+                                                  "Cannot set volume of more than one wave segment!"));
         if (selected.size() != 1) return;
 
         std::int32_t& value = ctx.state.gVolDialogValue;
@@ -181,6 +183,10 @@ TrackMenu MenuNow(const EditContext& ctx, bool isOnSegment) {
         menu.canSplit |= !ShownSegs(ctx, track, isCuttable).empty();
     }
     return menu;
+}
+
+TrackMenu ToolsNow(const EditContext& ctx) {
+    return ctx.hasTimeline() ? MenuNow(ctx, !SelectedSegs(ctx).empty()) : TrackMenu{};
 }
 
 void Pause(EditContext& ctx) {

@@ -29,6 +29,8 @@ void Redo_Click(EditContext& ctx);
 
 /// What the menu of the tracks offers now.
 [[nodiscard]] TrackMenu MenuNow(const EditContext& ctx, bool isOnSegment);
+/// What the tool bar offers of it: the volume while a segment is selected, and nothing without a timeline.
+[[nodiscard]] TrackMenu ToolsNow(const EditContext& ctx);
 
 // What the commands have in common with the gestures.
 

@@ -93,6 +93,10 @@ void ApplyZoom(EditContext& ctx, std::int32_t zoom, ResetView resetView) {
 /// During a drag all commands are ignored.
 bool CanZoom(const EditContext& ctx) { return !IsSegDragging(ctx) && ctx.hasTimeline(); }
 
+void Refuse(const EditContext& ctx, const char* key, const char* defaultText) {
+    ShowMessage(ctx.world(), GetResString(ctx.world(), "frmMixEditor", key, defaultText));
+}
+
 }  // namespace
 
 int TimeToPixelAt(Ms ms, std::int32_t zoom) {
@@ -250,13 +254,13 @@ void doZoom(EditContext& ctx, std::int32_t zoom, ResetView resetView) {
     try {
         ApplyZoom(ctx, zoom, resetView);
     } catch (const std::exception& failure) {
-        ShowMessage(ctx.world(), ErrorText(failure), "doZoom");
+        ShowFailure(ctx.world(), ErrorText(failure), "doZoom");
     }
 }
 
 void cmdZoomIn_Click(EditContext& ctx) {
     if (!CanZoom(ctx)) return;
-    if (Zoom(ctx) == 1) return ShowMessage(ctx.world(), "Exceed the max zoom ratio!");
+    if (Zoom(ctx) == 1) return Refuse(ctx, "msgMaxZoom", "Exceed the max zoom ratio!");
     doZoom(ctx, RoundHalfEven(Zoom(ctx) / 2.0), ResetView::No);
     modSelection::SelectUnderCursor(ctx);
 }
@@ -264,7 +268,7 @@ void cmdZoomIn_Click(EditContext& ctx) {
 void cmdZoomOut_Click(EditContext& ctx) {
     if (!CanZoom(ctx)) return;
     if (ctx.form.viewportWidth >= GetTimelineRight(ctx))
-        return ShowMessage(ctx.world(), "Exceed the max zoom out ratio!");
+        return Refuse(ctx, "msgMaxZoomOut", "Exceed the max zoom out ratio!");
     doZoom(ctx, CheckedMul(Zoom(ctx), 2), ResetView::No);
     modSelection::SelectUnderCursor(ctx);
 }

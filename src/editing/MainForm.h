@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -103,6 +104,7 @@ public:
     // The slide's pane.
     bool isPlayerVisible = true;
     bool mIsWebSlide = false;
+    std::optional<std::filesystem::path> photo;  ///< of the speaker; fills the pane until there is a picture
 
     // Other windows.
     bool isSetPosOpen = false;  ///< frmMixSetPos
@@ -112,6 +114,7 @@ public:
         std::function<void()> changed;  ///< called by Changed, also when nothing is new
         std::function<void(const TrackMenu&)> popUpTrackMenu;
         std::function<void()> showSetVol;  ///< frmWaveSegVol, modal; in and out by EditorState::gVolDialogValue
+        std::function<void(const std::string& message)> showMsgLink;  ///< frmMsgLink, modal
         std::function<void(const std::string& file)> navigate;  ///< shows a file in the browser pane; "" the blank page
     };
     Face face;

@@ -73,7 +73,7 @@ void SetPos::cmdSet_Click() {
         }
         time = CeilToGrid(time);
         if (time < slides.GetEnd(ctx_.curSlide())) return ctx_.transport->qvSeekTo(time);
-        ShowMessage(ctx_.world(), "Out of range!");
+        ShowMessage(ctx_.world(), GetResString(ctx_.world(), "frmMixSetPos", "msgOutOfRange", "Out of range!"));
         ResetTxtTime(PositionInSlide());
     });
 }

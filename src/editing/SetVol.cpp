@@ -39,7 +39,8 @@ bool SetVol::cmdOK_Click() {
         state_.gVolDialogValue = StrictInteger(text_);
         return true;
     } catch (const std::exception&) {
-        ShowMessage(state_.world, "Invalid input value!");
+        ShowMessage(state_.world,
+                    GetResString(state_.world, "frmWaveSegVol", "msgInvalidValue", "Invalid input value!"));
     }
     return false;
 }

@@ -85,7 +85,7 @@ bool LoadWaveSeg(EditContext& ctx, std::int32_t segIndex) {
             GetResString(ctx.world(), "frmMixEditor", "msgLoadWaveSegError",
                          "Error occured while loading UI component! This program will now exit!\r\n"
                          "(Err.Description: %s)");
-        ShowMessage(ctx.world(), ReplaceAll(text, "%s", ErrorText(failure)));
+        ShowFailure(ctx.world(), ReplaceAll(text, "%s", ErrorText(failure)));
     }
     ctx.life->PostUnload();
     return false;

@@ -28,8 +28,14 @@ CWaveTrack& TrackAt(const EditContext& ctx, std::int32_t trackIndex) {
     return ctx.state.gWaveTrack.at(static_cast<std::size_t>(trackIndex));
 }
 
-bool Refuse(const EditContext& ctx, const char* why) {
-    ShowMessage(ctx.world(), why);
+bool Refuse(const EditContext& ctx, const char* key, const char* defaultText) {
+    ShowMessage(ctx.world(), GetResString(ctx.world(), "frmMixEditor", key, defaultText));
+    return false;
+}
+
+/// What the user can do nothing about.
+bool Fail(const EditContext& ctx, const char* why) {
+    ShowFailure(ctx.world(), why);
     return false;
 }
 
@@ -228,8 +234,9 @@ bool SplitWaveSeg(EditContext& ctx, std::int32_t segIndex, Ms splitPos, Log log)
         const Cut cut = CutOf(ctx, seg, splitPos);
         // Only the user aims at pixels; a time from the history is good at any zoom.
         if (splitPos == kAtLine && (cut.x < 1 || cut.x >= seg.Width() - 1))
-            return Refuse(ctx, "Split line is out of range!");
-        if (cut.time <= seg.pos || cut.time >= seg.posEnd) return Refuse(ctx, "Split position is out of range!");
+            return Refuse(ctx, "msgSplitLine", "Split line is out of range!");
+        if (cut.time <= seg.pos || cut.time >= seg.posEnd)
+            return Refuse(ctx, "msgSplitPos", "Split position is out of range!");
         if (log == Log::Yes) ctx.state.gHistory.ActionAdd(Action::Split, seg, {.split = cut.time});
         Step(ctx, "Set CSamples");
         return ReplaceByHalves(ctx, seg, cut);
@@ -241,8 +248,8 @@ bool MergeWaveSeg(EditContext& ctx, std::int32_t newSegIndex, Ms splitPos, std::
     return Trapped(ctx.world(), "MergeWaveSeg", [&] {
         CWaveTrack& track = TrackAt(ctx, trackIndex);
         const auto [left, right] = MeetingAt(ctx, track, splitPos);
-        if (left == nullptr) return Refuse(ctx, "Failed to find left waveSeg!");
-        if (right == nullptr) return Refuse(ctx, "Failed to find right waveSeg!");
+        if (left == nullptr) return Fail(ctx, "Failed to find left waveSeg!");
+        if (right == nullptr) return Fail(ctx, "Failed to find right waveSeg!");
         WaveSegRecord merged = MergedOf(ctx, *left, *right);
         merged.segIndex = newSegIndex;
         StepLoad(ctx, "LoadWaveSeg", newSegIndex);

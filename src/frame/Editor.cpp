@@ -12,6 +12,7 @@
 #include "editing/Layout.h"
 #include "media/Save.h"
 #include "store/Opening.h"
+#include "store/Template.h"
 
 namespace mirrane {
 
@@ -97,10 +98,11 @@ void Editor::tmrLayout_Timer() {
 bool Editor::InitProject() {
     const bool isLoaded = Trapped(world(), "InitProject", [this] {
         if (!state().gProject.Load(InFolder(state().gProjectFolder, "project.qvp"))) {
-            ShowMessage(world(), GetResString(world(), kFormName, "msgQvpError"));
+            ShowFailure(world(), GetResString(world(), kFormName, "msgQvpError"));
             return false;
         }
         OpenMedia();
+        form.photo = PhotoOf(state().gProject, state().gProjectFolder);
         FillGrid();
         state().gBaseVolPercent = 100;
         state().gSrcFiles.Append(MediaFile());

@@ -16,6 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr char kForm[] = "frmMixEditor";
 constexpr int kTrack2 = 1;
 
 /// How a file becomes a .qva, by the last three letters of its name.
@@ -37,7 +38,8 @@ Road RoadOf(MediaContext& media, const fs::path& source) {
     if (ext != "wmv") return Road::Transcode;
     switch (media.mixEdit.IsWmvConstFrmRate(source)) {
         case kBadPath:
-            ShowMessage(media.world(), "Import failed! Path is not valid!");
+            ShowFailure(media.world(),
+                        GetResString(media.world(), kForm, "msgInvalidPath", "Import failed! Path is not valid!"));
             return Road::None;
         case kChangingRate:
         case kNoSound:
@@ -51,20 +53,34 @@ Road RoadOf(MediaContext& media, const fs::path& source) {
 JobView ViewOf(MediaContext& media, const std::string& step, const char* key, const char* defaultText) {
     World& world = media.world();
     const std::string head = step.empty() ? step : FilledText(world, "msgStepNum", "Step %s", step) + " - ";
-    return {.title = GetResString(world, "frmMixEditor", "msgImportAudio", "Import Audio"),
+    return {.title = GetResString(world, kForm, "msgImportAudio", "Import Audio"),
             .text = [&world, head, key, defaultText](
                         int percent) { return head + FilledText(world, key, defaultText, std::to_string(percent)); },
             .progress = [&media] { return media.mixEdit.GetImportProgress(); }};
 }
 
+void Refuse(MediaContext& media, const char* key, const char* defaultText) {
+    ShowFailure(media.world(), GetResString(media.world(), kForm, key, defaultText), "Add Media");
+}
+
+/// What to install; in a plain box where there is no window.
+void TellMissingCodec(MediaContext& media) {
+    const std::string text = GetResString(media.world(), "frmCommon", "msgInstallWME",
+                                          "Import failed! No codec for the sound of this file is installed.");
+    if (media.edit.form.face.showMsgLink)
+        media.edit.form.face.showMsgLink(text);
+    else
+        ShowFailure(media.world(), text, "Add Media");
+}
+
 /// Whether there is something to hear in a file. @returns false after a message
 bool HasSound(MediaContext& media, const fs::path& source) {
-    constexpr char kTitle[] = "Add Media";
     const qv::SoundKind kind = media.mixEdit.qvSoundKind(source);
     if (kind == qv::SoundKind::Unreadable)
-        ShowMessage(media.world(), "Import failed! Unsupported video/audio format!", kTitle);
+        Refuse(media, "msgUnsupportedFormat", "Import failed! Unsupported video/audio format!");
     if (kind == qv::SoundKind::NoSound)
-        ShowMessage(media.world(), "Import failed! This video has no audio channel!", kTitle);
+        Refuse(media, "msgNoAudioChannel", "Import failed! This video has no audio channel!");
+    if (kind == qv::SoundKind::NoDecoder) TellMissingCodec(media);
     return kind == qv::SoundKind::Sound;
 }
 
@@ -134,24 +150,26 @@ Imported ImportAudioFile(MediaContext& media, const fs::path& source) {
         const Imported imported = Import(media, source);
         return imported.length > 0 ? imported : Imported{};
     } catch (const std::exception& failure) {
-        ShowMessage(media.world(), ErrorText(failure), "ImportAudioFile");
+        ShowFailure(media.world(), ErrorText(failure), "ImportAudioFile");
         return {};
     }
 }
 
 void cmdImportAudio_Click(MediaContext& media) {
-    constexpr char kFilter[] =
-        "Media files (*.asf;*.avi;*.mpg;*.wmv;*.mp3;*.wav;*.wma)|*.asf;*.avi;*.mpg;*.wmv;*.mp3;*.wav;*.wma";
+    constexpr char kPatterns[] = "*.asf;*.avi;*.mpg;*.wmv;*.mp3;*.wav;*.wma";
     EditContext& edit = media.edit;
     if (!edit.isIdle() || !edit.hasTimeline()) return;
     TrappedVoid(media.world(), "cmdImportAudio_Click", [&] {
         // While it plays, the next slide may come up, and its waveform is a job of its own.
         if (edit.transport->IsPlaying()) edit.transport->ExecPlay();
-        const auto source =
-            media.openMediaFile.Choose("Select an audio/video file", kFilter, media.world().host.ProgramFolder());
+        const std::string title = GetResString(media.world(), kForm, "msgSelectMedia", "Select an audio/video file");
+        const std::string filter =
+            FilledText(media.world(), "msgMediaFiles", "Media files (%s)", kPatterns) + "|" + kPatterns;
+        const auto source = media.openMediaFile.Choose(title, filter, media.world().host.ProgramFolder());
         if (!source) return;
         if (!FileExists(*source)) {
-            ShowMessage(media.world(), "\"" + source->string() + "\" does not exist!");
+            ShowMessage(media.world(),
+                        FilledText(media.world(), "msgNoFile", "\"%s\" does not exist!", source->string()));
             return;
         }
         const Imported imported = ImportAudioFile(media, *source);

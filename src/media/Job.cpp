@@ -74,7 +74,7 @@ bool IsGivenUp(const MediaContext& media) {
 }
 
 void TellFailure(MediaContext& media, const char* key, const std::string& defaultText) {
-    if (!IsGivenUp(media)) ShowMessage(media.world(), GetResString(media.world(), kForm, key, defaultText));
+    if (!IsGivenUp(media)) ShowFailure(media.world(), GetResString(media.world(), kForm, key, defaultText));
 }
 
 void PollPauses::Sleep(World& world) {

@@ -86,7 +86,7 @@ private:
 };
 
 bool Tell(World& world, const char* text) {
-    ShowMessage(world, text);
+    ShowFailure(world, text);
     return false;
 }
 

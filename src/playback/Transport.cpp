@@ -300,7 +300,7 @@ void Transport::SetPosInfo(Ms ms) {
     const Ms start = ctx_.state.gSlideList.GetPos(ctx_.curSlide());
     if (ms < start) {
         ctx_.form.TmrFrame = false;  // once is enough
-        ShowMessage(ctx_.world(),
+        ShowFailure(ctx_.world(),
                     "Error: index=" + std::to_string(ctx_.curSlide()) + ", StartPos=" + std::to_string(start) +
                         ", ms=" + std::to_string(ms),
                     "SetPosInfo");

@@ -165,7 +165,7 @@ std::string CGrid::GetLen(int row) {
     if (length < 0) {
         const std::string text =
             GetResString(world_, "frmCommon", "msgLenError", "Slide \"%s\" ends before it begins!");
-        ShowMessage(world_, ReplaceAll(text, "%s", table_->Cell(at, kTitle)));
+        ShowFailure(world_, ReplaceAll(text, "%s", table_->Cell(at, kTitle)));
     }
     return std::to_string(length);
 }

@@ -51,7 +51,7 @@ bool Trapped(World& world, const char* procedure, const Work& work) {
         work();
         return true;
     } catch (const std::exception& failure) {
-        ShowMessage(world, ErrorText(failure), procedure);
+        ShowFailure(world, ErrorText(failure), procedure);
         return false;
     }
 }

@@ -117,11 +117,11 @@ bool RepairDuration(MediaContext& context, CProjectFile& gProject, const fs::pat
 bool VerifyMediaFile(MediaContext& context, const fs::path& media, Check check) {
     World& world = context.world;
     if (!FileExists(media)) {
-        ShowMessage(world, "File '" + media.string() + "' not exist!");
+        ShowFailure(world, "File '" + media.string() + "' not exist!");
         return false;
     }
     if (IsSound(context, media, check)) return true;
-    ShowMessage(world, check == Check::WholeAfterFailedRecording
+    ShowFailure(world, check == Check::WholeAfterFailedRecording
                            ? Text(world, "msgRecFailedAndQvErr", "File format error!")
                            : Text(world, "msgVerifyQvErr", "Verify media.qv error!"));
     return false;
@@ -137,9 +137,9 @@ bool IsQvFmtCompatible(MediaContext& context, const fs::path& media) {
         if (major == 7 && minor <= 0) return true;
         const std::string text = Text(world, "msgIncompatibleQvFmtVer",
                                       "Incompatible file format version (%s)! Please upgrade your Mirrane.");
-        ShowMessage(world, ReplaceAll(text, "%s", std::to_string(major) + "." + std::to_string(minor)));
+        ShowFailure(world, ReplaceAll(text, "%s", std::to_string(major) + "." + std::to_string(minor)));
     } catch (const std::exception& failure) {
-        ShowMessage(world, ErrorText(failure), "IsQvFmtCompatible");
+        ShowFailure(world, ErrorText(failure), "IsQvFmtCompatible");
     }
     return false;
 }
@@ -168,7 +168,7 @@ bool FixProjectIndex(MediaContext& context, CProjectFile& gProject, const fs::pa
         if (!FileExists(media)) return true;
         return RepairIndex(context, gProject, gProjectFolder) && RepairDuration(context, gProject, media);
     } catch (const std::exception& failure) {
-        ShowMessage(context.world, Text(context.world, "msgFixProjErr") + " (" + ErrorText(failure) + ")");
+        ShowFailure(context.world, Text(context.world, "msgFixProjErr") + " (" + ErrorText(failure) + ")");
         return false;
     }
 }

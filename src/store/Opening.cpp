@@ -136,7 +136,7 @@ char Opening::VersionDigit() const {
 }
 
 bool Opening::Refuse(const std::string& text) {
-    ShowMessage(world_, text);
+    ShowFailure(world_, text);
     return false;
 }
 
@@ -306,7 +306,7 @@ bool RestoreFromCrash(World& world, const path& gProjectFolder) {
     const path marker = InFolder(gProjectFolder, "media.qv.move");
     const bool hadDocument = FileExists(keptDocument);
     if (FileExists(marker)) {
-        ShowMessage(world, "Move file error during import!", "InitProject");
+        ShowFailure(world, "Move file error during import!", "InitProject");
         const bool isLost = !FileExists(media) && FileExists(keptMedia);
         if (!isLost || MoveSavePointBack(world, gProjectFolder)) modFiles::DeleteFileIfAny(world, marker);
     }
@@ -335,7 +335,7 @@ void ClearFolder(World& world, const CGrid& gGrid, const path& gProjectFolder) {
         DeleteUnusedPages(world, gProjectFolder, used.folders);
         DeleteUnusedThumbs(world, InFolder(gProjectFolder, "thumbnails"), used.thumbs);
     } catch (const std::exception& failure) {
-        ShowMessage(world, ErrorText(failure), "ClearFolder()");
+        ShowFailure(world, ErrorText(failure), "ClearFolder()");
     }
 }
 

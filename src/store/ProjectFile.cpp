@@ -295,7 +295,7 @@ bool ReplaceDocument(World& world, const path& file, const std::string& text) {
     }
     if (modFiles::GetFileSizeBytes(fresh) < kLeastBytes) {
         modFiles::DeleteFileIfAny(world, fresh);
-        ShowMessage(world, "Save 'project.qvp' error!");
+        ShowFailure(world, "Save 'project.qvp' error!");
         return false;
     }
     try {
@@ -304,7 +304,7 @@ bool ReplaceDocument(World& world, const path& file, const std::string& text) {
         if (FileExists(file) && !isWritable) world.disk.AddOwnerWrite(file);
         world.disk.Rename(fresh, file);
     } catch (const std::exception&) {
-        ShowMessage(world, "Save 'project.qvp' error! The updated project is saved as 'project.qvp.tmp'");
+        ShowFailure(world, "Save 'project.qvp' error! The updated project is saved as 'project.qvp.tmp'");
         return false;
     }
     return true;
@@ -330,7 +330,7 @@ bool CProjectFile::Load(const path& file) {
     } catch (const std::exception& error) {
         const std::string text =
             GetResString(world_, "frmCommon", "msgQvpNotReadable", "The project document cannot be read.");
-        ShowMessage(world_, text + "\r\n" + file.string() + "\r\n" + ErrorText(error), kLoadTitle);
+        ShowFailure(world_, text + "\r\n" + file.string() + "\r\n" + ErrorText(error), kLoadTitle);
         return false;
     }
     Loading loading(world_, *this, *tree_);

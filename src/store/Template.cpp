@@ -54,6 +54,11 @@ bool IsPlainName(const std::string& name) {
 
 }  // namespace
 
+std::optional<path> PhotoOf(const CProjectFile& gProject, const path& gProjectFolder) {
+    const path photo = InFolder(gProjectFolder, gProject.photo);
+    return IsPlainName(gProject.photo) && FileExists(photo) ? std::optional(photo) : std::nullopt;
+}
+
 std::string TitleOfFolder(const path& gProjectFolder) {
     const path name = gProjectFolder.filename();
     return name.extension() == ".qvp" ? name.stem().string() : name.string();
@@ -63,7 +68,7 @@ bool ApplyProjectTemplate(World& world, CProjectFile& gProject, const path& gPro
     const path photo = InFolder(gProjectFolder, gProject.photo);
     const path keptPhoto = InFolder(gProjectFolder, "bak." + gProject.photo);
     // One that is kept already is the user's, left by a run that was cut off; the photo is then the template's.
-    if (IsPlainName(gProject.photo) && FileExists(photo) && !FileExists(keptPhoto) &&
+    if (PhotoOf(gProject, gProjectFolder) && !FileExists(keptPhoto) &&
         !modFiles::MoveFileOver(world, photo, keptPhoto, modFiles::Quiet::Yes))
         return false;
 

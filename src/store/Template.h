@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "base/World.h"
@@ -11,6 +12,10 @@ namespace mirrane {
 
 /// The title of a project that nobody gave one: its folder's name, without an ending ".qvp".
 [[nodiscard]] std::string TitleOfFolder(const std::filesystem::path& gProjectFolder);
+
+/// The photo that the document names, where it lies in the project folder.
+[[nodiscard]] std::optional<std::filesystem::path> PhotoOf(const CProjectFile& gProject,
+                                                           const std::filesystem::path& gProjectFolder);
 
 /// Puts the files of the published page into the project folder: what encfiles of the program folder holds, and over it
 /// what the project's template holds. The document gets "default" for a template that is not there, and is saved. A file

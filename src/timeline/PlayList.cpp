@@ -292,9 +292,9 @@ bool SetPlayList(EditorState& state, MuteAudio muteAudio, qv::IPlayer* player) {
         MakePlayList(state, muteAudio, player);
         return true;
     } catch (const BrokenPicture& failure) {
-        ShowMessage(state.world, failure.what(), kTitle);
+        ShowFailure(state.world, failure.what(), kTitle);
     } catch (const std::exception& failure) {
-        ShowMessage(state.world,
+        ShowFailure(state.world,
                     "Error occured while setting play list! This program will now exit!\r\n(Err.Description: " +
                         std::string(failure.what()) + ")",
                     kTitle);

@@ -101,7 +101,7 @@ bool CWaveTrack::Add(WaveSegRecord record, WavePlace place) {
         if (other.slideIndex > seg->slideIndex) break;
         if (other.slideIndex == seg->slideIndex && StandsBefore(*seg, other)) {
             if (other.trackIndex == seg->trackIndex) break;
-            ShowMessage(world_, "TrackIndex mismatch!", "CWaveTrack.Add");
+            ShowFailure(world_, "TrackIndex mismatch!", "CWaveTrack.Add");
             return true;
         }
         ++before;

@@ -3,6 +3,7 @@
 
 #include <QDialog>
 #include <QString>
+#include <QUrl>
 #include <functional>
 #include <memory>
 
@@ -18,6 +19,10 @@ using WordsOfForms = std::function<QString(const char* form, const char* key)>;
 
 /// frmWaveSegVol, "Set Volume": shows it modally on a window; in and out by EditorState::gVolDialogValue.
 void ShowSetVol(EditorState& state, const WordsOfForms& words, QWidget* parent);
+
+/// frmMsgLink: shows a message modally, with a link to what helps.
+/// @param address opened by the desktop; empty: no link
+void ShowMsgLink(const QString& message, const QUrl& address, const WordsOfForms& words, QWidget* parent);
 
 /// frmMixSetPos: modeless; the window shows it as long as MainForm::isSetPosOpen says so. When the user closes it, it
 /// tells MainForm, from inside itself: whoever takes it away then uses deleteLater.

@@ -8,6 +8,7 @@
 #include <QSvgRenderer>
 #include <array>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace mirrane {
@@ -39,6 +40,39 @@ public:
 private:
     Drawing normal_;
     Drawing disabled_;
+};
+
+/// A symbol of the desktop's theme, filled with a colour.
+class SymbolEngine final : public QIconEngine {
+public:
+    SymbolEngine(QIcon symbol, QColor normal, QColor disabled)
+        : symbol_(std::move(symbol)), normal_(normal), disabled_(disabled) {}
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State /*state*/) override {
+        QPixmap filled = symbol_.pixmap(rect.size(), painter->device()->devicePixelRatioF());
+        QPainter fill(&filled);
+        fill.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        fill.fillRect(filled.rect(), mode == QIcon::Disabled ? disabled_ : normal_);
+        fill.end();
+        QRectF place(QPointF(), filled.deviceIndependentSize());
+        place.moveCenter(QRectF(rect).center());
+        painter->drawPixmap(place.topLeft(), filled);
+    }
+
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+        QPixmap picture(size);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        paint(&painter, picture.rect(), mode, state);
+        return picture;
+    }
+
+    [[nodiscard]] QIconEngine* clone() const override { return new SymbolEngine(symbol_, normal_, disabled_); }
+
+private:
+    QIcon symbol_;
+    QColor normal_;
+    QColor disabled_;
 };
 
 QByteArray ReadDrawing(const std::filesystem::path& folder, const char* name) {
@@ -82,24 +116,54 @@ const char* DrawingOf(Control control) {
     return nullptr;
 }
 
+/// The name of what themes have in the place of a drawing.
+struct ThemeName {
+    const char* drawing;
+    const char* symbol;
+};
+constexpr std::array<ThemeName, 13> kThemeNames = {{{"save", "document-save-symbolic"},
+                                                    {"undo", "edit-undo-symbolic"},
+                                                    {"redo", "edit-redo-symbolic"},
+                                                    {"split", "edit-cut-symbolic"},
+                                                    {"remove", "edit-delete-symbolic"},
+                                                    {"volume", "audio-volume-high-symbolic"},
+                                                    {"manual", "help-contents-symbolic"},
+                                                    {"exit", "application-exit-symbolic"},
+                                                    {"play", "media-playback-start-symbolic"},
+                                                    {"pause", "media-playback-pause-symbolic"},
+                                                    {"stop", "media-playback-stop-symbolic"},
+                                                    {"prev", "media-skip-backward-symbolic"},
+                                                    {"next", "media-skip-forward-symbolic"}}};
+
+/// nullptr: the program's own drawing is used.
+const char* SymbolOf(std::string_view drawing) {
+    const char* symbol = nullptr;
+    for (const ThemeName& row : kThemeNames) {
+        if (!QIcon::hasThemeIcon(row.symbol)) return nullptr;
+        if (row.drawing == drawing) symbol = row.symbol;
+    }
+    return symbol;
+}
+
 }  // namespace
 
 QIcon Icons::Of(Control control, const QPalette& palette) const {
     const char* const drawing = DrawingOf(control);
-    return drawing != nullptr ? Load(drawing, palette) : QIcon();
+    return drawing != nullptr ? Named(drawing, palette) : QIcon();
 }
 
-QIcon Icons::Pause(const QPalette& palette) const { return Load("pause", palette); }
+QIcon Icons::Named(const char* drawing, const QPalette& palette) const {
+    const QColor normal = palette.color(QPalette::Active, QPalette::WindowText);
+    const QColor disabled = palette.color(QPalette::Disabled, QPalette::WindowText);
+    if (const char* symbol = SymbolOf(drawing))
+        return QIcon(new SymbolEngine(QIcon::fromTheme(symbol), normal, disabled));
+    const QByteArray svg = ReadDrawing(folder_, drawing);
+    return IconOf(InColour(svg, normal), InColour(svg, disabled));
+}
 
 QIcon Icons::Application() const {
     const Drawing drawing = InColour(ReadDrawing(folder_, "app"), Qt::black);
     return IconOf(drawing, drawing);
-}
-
-QIcon Icons::Load(const char* name, const QPalette& palette) const {
-    const QByteArray svg = ReadDrawing(folder_, name);
-    return IconOf(InColour(svg, palette.color(QPalette::Active, QPalette::WindowText)),
-                  InColour(svg, palette.color(QPalette::Disabled, QPalette::WindowText)));
 }
 
 }  // namespace mirrane

@@ -8,15 +8,12 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QKeyEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QSplitter>
-#include <QStyle>
 #include <QTextEdit>
 #include <QTimer>
-#include <QToolBar>
 #include <QUrl>
 #include <QVBoxLayout>
 #include <array>
@@ -28,6 +25,7 @@
 #include "media/AudioImport.h"
 #include "shell/Progress.h"
 #include "ui/Dialogs.h"
+#include "ui/EditorToolBar.h"
 #include "ui/Icons.h"
 #include "ui/PictureView.h"
 #include "ui/SlideListWidget.h"
@@ -45,7 +43,6 @@ constexpr int kFirstListWidth = 320;
 constexpr std::chrono::milliseconds kLayoutDelay{50};
 constexpr std::chrono::milliseconds kFrameInterval{100};
 constexpr std::chrono::milliseconds kTouchInterval{2000};
-constexpr int kToolIcon = 20;
 
 enum class Command { None, Play, Save, Undo, Redo, Remove, Manual };
 
@@ -86,7 +83,8 @@ QString ToolkitFilter(const std::string& filter) {
 
 QString NameOfLecture(const EditorState& state) {
     const QString title = QString::fromStdString(state.gProject.title).simplified();
-    return title.isEmpty() ? QFile::decodeName(state.gProjectFolder.filename().c_str()) : title;
+    const bool isLoaded = state.gGrid.Rows() > 0;  // else the title is that of any document
+    return title.isEmpty() || !isLoaded ? QFile::decodeName(state.gProjectFolder.filename().c_str()) : title;
 }
 
 }  // namespace
@@ -110,8 +108,6 @@ private:
     EditorPorts Ports();
     void Wire();
     void BuildToolBar();
-    QToolButton* AddTool(QToolBar& bar, const char* name, const QIcon& icon, std::function<void()> click);
-    void AddStretch(QToolBar& bar);
     void BuildPanes();
     void StartTimers();
     void Every(std::chrono::milliseconds interval, std::function<void()> tick);
@@ -135,6 +131,7 @@ private:
     [[nodiscard]] std::filesystem::path Manual() const {
         return InFolder(parts_.state.world.host.ProgramFolder(), "help/index.html");
     }
+    [[nodiscard]] QUrl ManualAddress() const { return QUrl::fromLocalFile(QFile::decodeName(Manual().c_str())); }
 
     MainWindow& window_;
     WindowParts parts_;
@@ -143,9 +140,7 @@ private:
     ProgressWindow frmCreateThumb_;
     Editor editor_;
     MainForm& form_;
-    QToolBar* toolBar_ = nullptr;
-    std::array<QToolButton*, 4> tools_ = {};  ///< Save, Undo, Redo, Exit, as in Control
-    QLabel* lecture_ = nullptr;
+    EditorToolBar* toolBar_ = nullptr;
     QSplitter* leftRight_ = nullptr;
     SlideListWidget* list_ = nullptr;
     PictureView* picture_ = nullptr;
@@ -215,53 +210,22 @@ void MainWindow::Impl::Wire() {
         ShowSetVol(
             parts_.state, [this](const char* form, const char* key) { return Word(form, key); }, &window_);
     };
+    form_.face.showMsgLink = [this](const std::string& message) {
+        ShowMsgLink(
+            QString::fromStdString(message), FileExists(Manual()) ? ManualAddress() : QUrl(),
+            [this](const char* form, const char* key) { return Word(form, key); }, &window_);
+    };
     parts_.state.waveViews.Face(timeline_);
     parts_.player.OnPicture([this](const qv::ShownPicture& picture) { picture_->Show(picture); });
     parts_.user.SetWindow(&window_);
 }
 
 void MainWindow::Impl::BuildToolBar() {
-    toolBar_ = window_.addToolBar(QString());
-    toolBar_->setObjectName("Toolbar1");
-    toolBar_->setMovable(false);
-    toolBar_->setContextMenuPolicy(Qt::PreventContextMenu);
-    toolBar_->setIconSize({kToolIcon, kToolIcon});
-    tools_[0] = AddTool(*toolBar_, "Save", {}, [this] { editor_.Save_Click(); });
-    tools_[1] = AddTool(*toolBar_, "Undo", {}, [this] { editor_.Undo_Click(); });
-    tools_[2] = AddTool(*toolBar_, "Redo", {}, [this] { editor_.Redo_Click(); });
-    AddStretch(*toolBar_);
-    lecture_ = new QLabel;
-    lecture_->setObjectName("lLecture");
-    lecture_->setTextFormat(Qt::PlainText);
-    QFont bold = lecture_->font();
-    bold.setBold(true);
-    lecture_->setFont(bold);
-    toolBar_->addWidget(lecture_);
-    AddStretch(*toolBar_);
-    AddTool(*toolBar_, "Manual", {}, [this] { OpenManual(); })->setEnabled(FileExists(Manual()));
-    tools_[3] = AddTool(*toolBar_, "Exit", {}, [this] { editor_.Exit_Click(); });
-}
-
-QToolButton* MainWindow::Impl::AddTool(QToolBar& bar, const char* name, const QIcon& icon,
-                                       std::function<void()> click) {
-    auto* button = new QToolButton;
-    const std::string key = std::string("Toolbar") + name;
-    button->setObjectName(name);
-    button->setIcon(icon);
-    button->setText(Word(kForm, key.c_str()));
-    button->setAccessibleName(button->text());
-    button->setToolTip(Word(kForm, (key + "Tip").c_str()));
-    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    button->setFocusPolicy(Qt::TabFocus);
-    connect(button, &QToolButton::clicked, &window_, std::move(click));
-    bar.addWidget(button);
-    return button;
-}
-
-void MainWindow::Impl::AddStretch(QToolBar& bar) {
-    auto* stretch = new QWidget;
-    stretch->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    bar.addWidget(stretch);
+    const std::function<void()> openManual = [this] { OpenManual(); };
+    toolBar_ = new EditorToolBar(
+        editor_, icons_, [this](const char* key) { return Word(kForm, key); },
+        FileExists(Manual()) ? openManual : nullptr);
+    window_.addToolBar(toolBar_);
 }
 
 void MainWindow::Impl::BuildPanes() {
@@ -295,7 +259,6 @@ void MainWindow::Impl::BuildPanes() {
     rows->addWidget(leftRight_, 1);
     rows->addWidget(timeline_);
     window_.setCentralWidget(all);
-    ReloadIcons();
 }
 
 void MainWindow::Impl::Open() {
@@ -347,6 +310,7 @@ void MainWindow::Impl::Refresh() {
         FollowEnabled(*list_, form_, Control::ListView);
     });
     list_->Refresh();
+    picture_->SetPhoto(form_.photo ? QFile::decodeName(form_.photo->c_str()) : QString());
     const QString note = form_.lSeek ? Word(kForm, "lSeek") : QString();
     picture_->SetNote(note);
     picture_->setAccessibleDescription(note);
@@ -357,10 +321,8 @@ void MainWindow::Impl::Refresh() {
 }
 
 void MainWindow::Impl::RefreshToolBar() {
-    constexpr std::array kButtons = {Control::Save, Control::Undo, Control::Redo, Control::Exit};
-    for (std::size_t i = 0; i < kButtons.size(); ++i) FollowEnabled(*tools_[i], form_, kButtons[i]);
     const bool isUnsaved = parts_.state.gHistory.CanUndo();
-    lecture_->setText(NameOfLecture(parts_.state) + (isUnsaved ? " *" : ""));
+    toolBar_->Refresh(NameOfLecture(parts_.state) + (isUnsaved ? " *" : ""));
     window_.setWindowTitle(QString::fromStdString(form_.caption) + "[*]");
     window_.setWindowModified(isUnsaved);
 }
@@ -398,8 +360,7 @@ void MainWindow::Impl::KeepFocus(const std::function<void()>& change) {
 }
 
 void MainWindow::Impl::ReloadIcons() {
-    constexpr std::array kButtons = {Control::Save, Control::Undo, Control::Redo, Control::Exit};
-    for (std::size_t i = 0; i < kButtons.size(); ++i) tools_[i]->setIcon(icons_.Of(kButtons[i], window_.palette()));
+    toolBar_->ReloadIcons();
     transport_->ReloadIcons();
 }
 
@@ -439,7 +400,7 @@ bool MainWindow::Impl::PressKey(const QKeyEvent& key) {
 }
 
 void MainWindow::Impl::OpenManual() {
-    if (FileExists(Manual())) QDesktopServices::openUrl(QUrl::fromLocalFile(QFile::decodeName(Manual().c_str())));
+    if (FileExists(Manual())) QDesktopServices::openUrl(ManualAddress());
 }
 
 // -------------------------------------------------------------------------------------------------------------- Going
@@ -483,7 +444,7 @@ void MainWindow::closeEvent(QCloseEvent* event) { impl_->Unload(*event); }
 
 void MainWindow::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange && impl_) impl_->ReloadIcons();
+    if (impl_ && (event->type() == QEvent::PaletteChange || event->type() == QEvent::ThemeChange)) impl_->ReloadIcons();
 }
 
 /// Sees all events of the application; only keys of this window and what is in it are its own.

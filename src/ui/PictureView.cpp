@@ -36,6 +36,12 @@ void PictureView::Show(const qv::ShownPicture& picture) {
     update();
 }
 
+void PictureView::SetPhoto(const QString& file) {
+    if (std::exchange(photoFile_, file) == file) return;
+    photo_ = QImage(file);
+    update();
+}
+
 void PictureView::SetNote(const QString& note) {
     if (std::exchange(note_, note) != note) update();
 }
@@ -46,14 +52,10 @@ void PictureView::SetTitle(const QString& title) {
 
 void PictureView::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    if (title_.isEmpty()) {
+    if (title_.isEmpty())
         PaintPicture(painter);
-    } else {
-        painter.fillRect(rect(), QColor(kGround));
-        painter.setPen(QColor(kText));
-        painter.drawText(rect().adjusted(kMargin, kMargin, -kMargin, -kMargin), Qt::AlignCenter | Qt::TextWordWrap,
-                         title_);
-    }
+    else
+        PaintTitle(painter);
     if (note_.isEmpty()) return;
     QRect box = painter.fontMetrics().boundingRect(note_).adjusted(-kMargin, -kMargin / 2, kMargin, kMargin / 2);
     box.moveBottomLeft(rect().bottomLeft() + QPoint(kMargin, -kMargin));
@@ -62,9 +64,26 @@ void PictureView::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(box, Qt::AlignCenter, note_);
 }
 
+void PictureView::PaintTitle(QPainter& painter) {
+    constexpr double kLarger = 1.6;
+    painter.fillRect(rect(), QColor(kGround));
+    painter.setPen(QColor(kText));
+    QFont large = font();
+    large.setPointSizeF(large.pointSizeF() * kLarger);
+    painter.setFont(large);
+    painter.drawText(rect().adjusted(kMargin, kMargin, -kMargin, -kMargin), Qt::AlignCenter | Qt::TextWordWrap, title_);
+    painter.setFont(font());
+}
+
+void PictureView::PaintPhoto(QPainter& painter) {
+    painter.fillRect(rect(), QColor(kGround));
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(FittedRect(photo_.size(), size()), photo_);
+}
+
 /// Scales in the screen's own pixels, so that text on a slide stays sharp.
 void PictureView::PaintPicture(QPainter& painter) {
-    if (!picture_) return painter.fillRect(rect(), QColor(kGround));
+    if (!picture_) return PaintPhoto(painter);
     const double ratio = painter.device()->devicePixelRatioF();
     const QSize room(static_cast<int>(std::floor(width() * ratio)), static_cast<int>(std::floor(height() * ratio)));
     const QRect place = FittedRect({picture_->size.width, picture_->size.height}, room);

@@ -20,6 +20,8 @@ public:
     explicit PictureView(QWidget* parent = nullptr);
 
     void Show(const qv::ShownPicture& picture);
+    /// A picture file that is shown until the player has a picture; empty: none.
+    void SetPhoto(const QString& file);
     /// A word over the pane's lower left corner; empty: none.
     void SetNote(const QString& note);
     /// A text in place of the picture; empty: the picture.
@@ -30,9 +32,13 @@ protected:
 
 private:
     void PaintPicture(QPainter& painter);
+    void PaintPhoto(QPainter& painter);
+    void PaintTitle(QPainter& painter);
 
     std::optional<qv::ShownPicture> picture_;
     QImage drawn_;  ///< the picture at the size it was last painted in; null: not drawn yet
+    QString photoFile_;
+    QImage photo_;
     QString note_;
     QString title_;
 };

@@ -18,6 +18,7 @@ namespace {
 constexpr int kWhole = 1000;  ///< the value as a screen reader knows it
 constexpr int kHeight = 18;
 constexpr int kLeastWidth = 80;
+constexpr int kPaleFrame = 110;  ///< of 255
 constexpr float kKeyStep = 0.02F;
 
 /// What a key asks for; nothing for a key that is none of the slider's.
@@ -65,7 +66,9 @@ void ProgSlider::paintEvent(QPaintEvent* /*event*/) {
     if (const int filled = QvProgCtrl::Filled(fraction_, width()); filled > 0)
         painter.fillRect(QRect(QPoint(1, 1), QPoint(filled + 1, height() - 2)),
                          palette().color(group, QPalette::Highlight));
-    painter.setPen(palette().color(group, hasFocus() ? QPalette::Highlight : QPalette::WindowText));
+    QColor frame = palette().color(group, hasFocus() ? QPalette::Highlight : QPalette::WindowText);
+    if (!hasFocus()) frame.setAlpha(kPaleFrame);
+    painter.setPen(frame);
     painter.drawRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5));
 }
 

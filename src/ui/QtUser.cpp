@@ -56,6 +56,11 @@ Answer AnswerOf(int button) {
     }
 }
 
+QMessageBox::Icon IconOf(const MessageBox& box) {
+    if (box.isFailure) return QMessageBox::Warning;
+    return box.buttons == Buttons::Ok ? QMessageBox::Information : QMessageBox::Question;
+}
+
 }  // namespace
 
 QtUser::QtUser() = default;
@@ -71,11 +76,9 @@ QWidget* QtUser::Front() const {
 Answer QtUser::Ask(const MessageBox& box) {
     if (hasLeft_) return Answer::Cancel;
     const UsualPointer pointer(busyDepth_ > 0);
-    const bool asks = box.buttons != Buttons::Ok;
     // What it stands on may go away under it.
     const QPointer<QMessageBox> shown =
-        new QMessageBox(asks ? QMessageBox::Question : QMessageBox::Information,
-                        QString::fromStdString(box.title.empty() ? kApplicationTitle : box.title),
+        new QMessageBox(IconOf(box), QString::fromStdString(box.title.empty() ? kApplicationTitle : box.title),
                         QString::fromStdString(ReplaceAll(box.text, "\r\n", "\n")), ButtonsOf(box.buttons), Front());
     shown->setTextFormat(Qt::PlainText);
     shown->setTextInteractionFlags(Qt::TextSelectableByMouse);

@@ -12,6 +12,7 @@ namespace mirrane {
 
 namespace {
 
+constexpr int kIcon = 20;
 constexpr char kWidestTime[] = " 0:00:00.0 / 0:00:00.0 ";
 
 }  // namespace
@@ -52,6 +53,7 @@ QToolButton* TransportBar::AddButton(Control control, std::function<void()> clic
     button->setText(words_(name.c_str()));
     button->setAccessibleName(button->text());
     button->setToolTip(words_((name + "Tip").c_str()));
+    button->setIconSize({kIcon, kIcon});
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::TabFocus);
     connect(button, &QToolButton::clicked, this, std::move(click));
@@ -92,12 +94,12 @@ void TransportBar::FollowPlay() {
     cmdPlay_->setText(QString::fromStdString(form.cmdPlayCaption));
     cmdPlay_->setAccessibleName(cmdPlay_->text());
     cmdPlay_->setToolTip(words_(showsPause_ ? "cmdPauseTip" : "cmdPlayTip"));
-    cmdPlay_->setIcon(showsPause_ ? icons_.Pause(palette()) : icons_.Of(Control::cmdPlay, palette()));
+    cmdPlay_->setIcon(showsPause_ ? icons_.Named("pause", palette()) : icons_.Of(Control::cmdPlay, palette()));
 }
 
 void TransportBar::ReloadIcons() {
     cmdPrev_->setIcon(icons_.Of(Control::cmdPrev, palette()));
-    cmdPlay_->setIcon(showsPause_ ? icons_.Pause(palette()) : icons_.Of(Control::cmdPlay, palette()));
+    cmdPlay_->setIcon(showsPause_ ? icons_.Named("pause", palette()) : icons_.Of(Control::cmdPlay, palette()));
     cmdStop_->setIcon(icons_.Of(Control::cmdStop, palette()));
     cmdNext_->setIcon(icons_.Of(Control::cmdNext, palette()));
 }

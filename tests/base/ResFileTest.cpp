@@ -8,6 +8,7 @@
 #include <set>
 
 #include "base/Disk.h"
+#include "base/Texts.h"
 
 namespace mirrane {
 namespace {
@@ -37,7 +38,11 @@ TEST(ResFile, AllLanguagesHoldTheSame) {
     std::set<std::string> names;
     for (const auto& [form, key, text] : english)
         EXPECT_TRUE(!key.empty() && names.insert(form + "/" + key).second) << key << " twice, or without a name";
-    for (const char* language : {"res.de.xml", "res.zh-TW.xml", "res.zh-CN.xml"}) {
+    EXPECT_EQ(Texts(MIRRANE_SOURCE_DIR "/data/res.xml").Language(), "en");
+    EXPECT_EQ(Texts("/no/res.xml").Language(), "");
+    for (const std::string code : {"de", "zh-TW", "zh-CN"}) {
+        const std::string language = "res." + code + ".xml";
+        EXPECT_EQ(Texts(MIRRANE_SOURCE_DIR "/data/" + language).Language(), code);
         const auto other = Read(language);
         ASSERT_EQ(other.size(), english.size()) << language;
         for (std::size_t i = 0; i < english.size(); ++i) {

@@ -30,9 +30,10 @@ public:
     void qvImportWmv(const path& source, const path& target) override { Start("Wmv ", source, target); }
     void qvTranscode(const path& source, const path& target) override { Start("Transcode ", source, target); }
     [[nodiscard]] int GetImportProgress() override { return Look(); }
-    /// What is in a file its name tells: "mute", "alien", else sound.
+    /// What is in a file its name tells: "mute", "alien", "rare", else sound.
     [[nodiscard]] qv::SoundKind qvSoundKind(const path& file) override {
         using enum qv::SoundKind;
+        if (file.stem() == "rare") return NoDecoder;
         return file.stem() == "mute" ? NoSound : file.stem() == "alien" ? Unreadable : Sound;
     }
     [[nodiscard]] qv::Ms qvaGetDuration(const path& file) override { return exists(file) ? 5030 : 0; }

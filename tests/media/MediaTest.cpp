@@ -177,9 +177,13 @@ TEST(AudioImport, TakesTheRoadOfTheFile) {
         {"-2.wmv", {9, -1}, "Transcode -2.wmv>~ |Failed to import audio because of transcoding error!\n"},
         {"a.mpeg", {100, 9, -1}, "Transcode a.mpeg>~ Wave ~>a.mpeg.qva |Failed to import audio!\n"},
         {"mute.avi", {}, "Add Media|Import failed! This video has no audio channel!\n"},
-        {"alien.mp3", {}, "Add Media|Import failed! Unsupported video/audio format!\n"}};
+        {"alien.mp3", {}, "Add Media|Import failed! Unsupported video/audio format!\n"},
+        {"rare.mp4", {}, "link "}};
     // clang-format on
     Desk desk;
+    desk.form.face.showMsgLink = [&desk](const std::string& message) {
+        if (message.find("codec") != std::string::npos) desk.mixEdit.told += "link ";
+    };
     for (const auto& [name, looks, expected] : cases) {
         desk.mixEdit.looks = looks;
         const auto made = modAudioImport::ImportAudioFile(desk.media, desk.base / name);

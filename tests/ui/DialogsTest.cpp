@@ -9,13 +9,18 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QProgressBar>
 #include <QScrollBar>
 #include <QTimer>
 #include <map>
 #include <sstream>
 
+#include <tuple>
+
 #include "doubles/Editing.h"
+#include "ui/Language.h"
+#include "ui/QtUser.h"
 
 namespace mirrane {
 namespace {
@@ -163,6 +168,48 @@ TEST(StatusWindow, IsPaintedBeforeWhatBlocks) {
         EXPECT_EQ(lStatus->text(), text);
         EXPECT_GE(lStatus->width(), lStatus->sizeHint().width()) << "cut off";
     }
+}
+
+TEST(MsgLink, HasALinkWhereThereIsSomethingToOpen) {
+    doubles::World doubled;
+    for (const QUrl& address : {QUrl("file:///help/index.html"), QUrl()}) {
+        std::string seen;
+        QTimer user;
+        QObject::connect(&user, &QTimer::timeout, &user, [&seen] {
+            QWidget* const shown = QApplication::activeModalWidget();
+            if (shown == nullptr) return;
+            seen = shown->findChild<QLabel*>("lMsg")->text().toStdString();
+            if (shown->findChild<QAbstractButton*>("lLink") != nullptr) seen += " link";
+            Do(*shown, "cmdOK");
+        });
+        user.start(std::chrono::milliseconds(5));
+        ShowMsgLink("Install it", address, WordsOf(doubled.world), nullptr);
+        EXPECT_EQ(seen, address.isEmpty() ? "Install it" : "Install it link");
+    }
+}
+
+TEST(MessageBoxes, TellTheirKindAndSpeakTheLanguageOfTheTexts) {
+    const std::tuple<std::string, mirrane::MessageBox, QMessageBox::Icon, const char*> cases[] = {
+        {"de", {.text = "?", .buttons = Buttons::YesNo}, QMessageBox::Question, "&Ja &Nein "},
+        {"", {.text = "!"}, QMessageBox::Information, "OK "},
+        {"zh-TW", {.text = "!!", .buttons = Buttons::OkCancel, .isFailure = true}, QMessageBox::Warning, "確定 取消 "}};
+    for (const auto& [language, box, icon, buttons] : cases) {
+        SpeakLanguage(language);
+        QtUser asker;
+        QTimer user;
+        QObject::connect(&user, &QTimer::timeout, &user, [icon = icon, buttons = buttons] {
+            auto* const shown = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (shown == nullptr) return;
+            EXPECT_EQ(shown->icon(), icon);
+            QString words;
+            for (const QAbstractButton* button : shown->buttons()) words += button->text() + " ";
+            EXPECT_EQ(words, buttons);
+            shown->done(0);
+        });
+        user.start(std::chrono::milliseconds(5));
+        (void)asker.Ask(box);
+    }
+    SpeakLanguage("");
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <QImage>
 #include <set>
 
+#include "support/Basics.h"
+
 namespace mirrane {
 namespace {
 
@@ -16,6 +18,8 @@ bool Shows(const QImage& image, const QColor& colour) {
     return false;
 }
 
+std::vector<std::uint8_t> BytesOf(const std::string& text) { return {text.begin(), text.end()}; }
+
 TEST(Icons, AreDrawnInTheTextsColour) {
     const Icons icons(MIRRANE_SOURCE_DIR "/data");
     for (const QColor text : {Qt::black, Qt::white}) {
@@ -24,7 +28,8 @@ TEST(Icons, AreDrawnInTheTextsColour) {
         palette.setColor(QPalette::Disabled, QPalette::WindowText, Qt::gray);
         std::set<QByteArray> different;
         for (std::size_t i = 0; i <= kControls; ++i) {
-            const QIcon icon = i == kControls ? icons.Pause(palette) : icons.Of(static_cast<Control>(i), palette);
+            const QIcon icon =
+                i == kControls ? icons.Named("pause", palette) : icons.Of(static_cast<Control>(i), palette);
             if (icon.isNull()) continue;
             for (const qreal ratio : {1.0, 1.5, 2.0}) {
                 const QPixmap enabled = icon.pixmap(QSize(20, 20), ratio);
@@ -39,6 +44,38 @@ TEST(Icons, AreDrawnInTheTextsColour) {
     }
     EXPECT_TRUE(Shows(icons.Application().pixmap(64).toImage(), QColor("#ffb03b")));
     EXPECT_TRUE(Icons("/nowhere").Of(Control::Save, {}).isNull());
+}
+
+/// A desktop's theme of red symbols, one of which may be missing.
+TEST(Icons, AreTheThemesAsLongAsItHasThemAll) {
+    const std::filesystem::path theme = support::TestFolder() / "red";
+    create_directories(theme / "24");
+    support::WriteBytes(theme / "index.theme", BytesOf("[Icon Theme]\nName=red\nDirectories=24\n[24]\nSize=24\n"));
+    QImage red(24, 24, QImage::Format_ARGB32);
+    red.fill(Qt::red);
+    for (const char* name : {"document-save", "edit-undo", "edit-redo", "edit-cut", "edit-delete", "audio-volume-high",
+                             "help-contents", "application-exit", "media-playback-start", "media-playback-pause",
+                             "media-playback-stop", "media-skip-backward", "media-skip-forward"})
+        red.save(QString::fromStdString((theme / "24" / name).string() + "-symbolic.png"));
+    const QStringList paths = QIcon::themeSearchPaths();
+    const Icons icons(MIRRANE_SOURCE_DIR "/data");
+    QPalette palette;
+    palette.setColor(QPalette::Active, QPalette::WindowText, Qt::blue);
+    palette.setColor(QPalette::Disabled, QPalette::WindowText, Qt::gray);
+    const auto pixel = [&](const char* drawing, QIcon::Mode mode) {
+        return icons.Named(drawing, palette).pixmap(QSize(24, 24), 1.0, mode).toImage().pixelColor(1, 1);
+    };
+    QIcon::setThemeSearchPaths({QString::fromStdString(theme.parent_path().string())});
+    QIcon::setThemeName("red");
+    EXPECT_EQ(pixel("save", QIcon::Normal), QColor(Qt::blue));
+    EXPECT_EQ(pixel("save", QIcon::Disabled), QColor(Qt::gray));
+    EXPECT_EQ(pixel("import", QIcon::Normal).alpha(), 0) << "no theme has it";
+    remove(theme / "24" / "edit-cut-symbolic.png");
+    QIcon::setThemeName("none");
+    QIcon::setThemeName("red");
+    EXPECT_EQ(pixel("save", QIcon::Normal).alpha(), 0) << "its own, as the theme lacks one";
+    QIcon::setThemeSearchPaths(paths);
+    QIcon::setThemeName({});
 }
 
 }  // namespace

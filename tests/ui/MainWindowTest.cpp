@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QHelpEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QTimer>
@@ -103,6 +105,51 @@ TEST_F(MainWindowOnSlides, FollowsTheListPlaysUndoesAndSaves) {
     EXPECT_EQ(on->window->focusWidget(), &Find<QWidget>("ListView"));
 }
 
+TEST_F(MainWindowOnSlides, OffersInTheToolBarWhatTheMenuOffers) {
+    const auto offered = [this] {
+        std::string names;
+        for (const char* name : {"Split", "Remove", "Volume"}) names += Find(name).isEnabled() ? name : "-";
+        return names;
+    };
+    auto& canvas = Find<QWidget>("picTrackGroup");
+    constexpr int kTrack1 = 50;
+    constexpr int kTrack2 = 100;
+    ClickAt(canvas, {canvas.width() - 5, kTrack2});
+    on->Settle();
+    EXPECT_EQ(offered(), "---");
+    ClickAt(canvas, {5, kTrack1});
+    on->Settle();
+    EXPECT_EQ(offered(), "-RemoveVolume");
+    on->window->TheEditor().transport.SeekInSlide(1024);
+    on->Settle();
+    EXPECT_EQ(offered(), "SplitRemoveVolume");
+    Click("Split");
+    EXPECT_EQ(Segments(), 2);
+    ClickAt(canvas, {5, kTrack1});
+    on->Settle();
+    Click("Remove");
+    EXPECT_EQ(Segments(), 1);
+}
+
+TEST_F(MainWindowOnSlides, LeavesOutTheWordsOfTheToolBarWhereItIsNarrow) {
+    on->state.gProject.title = std::string(200, 'm');
+    Find("Undo").setText(QString(20, 'm'));
+    on->window->TheEditor().form.Changed();
+    for (const auto& [width, style] :
+         {std::pair(1200, Qt::ToolButtonTextBesideIcon), std::pair(750, Qt::ToolButtonIconOnly),
+          std::pair(1200, Qt::ToolButtonTextBesideIcon)}) {
+        on->window->resize(width, 600);
+        on->Settle();
+        EXPECT_EQ(on->window->width(), width);
+        EXPECT_TRUE(Find("Split").toolButtonStyle() == style && Find("Exit").isVisible()) << width;
+        EXPECT_LE(Find("Exit").mapTo(on->window.get(), Find("Exit").rect().bottomRight()).x(), width);
+    }
+    auto& lecture = Find<QLabel>("lLecture");
+    QHelpEvent help(QEvent::ToolTip, {5, 5}, lecture.mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(&lecture, &help);
+    EXPECT_EQ(lecture.toolTip(), QString(200, 'm'));
+}
+
 TEST_F(MainWindowOnSlides, AsksBeforeItClosesWithUnsavedWork) {
     SplitAt(1000);
     EXPECT_TRUE(CloseAnswering(QMessageBox::Cancel));
@@ -172,6 +219,24 @@ TEST_F(MainWindowOnSlides, StandsABoxOnTheOpenDialogAndGivesItUpWhenToldToEnd) {
     QTimer::singleShot(50, [this] { on->user.Leave(); });
     EXPECT_EQ(on->user.Ask({.text = "?", .title = {}, .buttons = Buttons::YesNo}), Answer::Cancel);
     EXPECT_EQ(on->user.Ask({.text = "?"}), Answer::Cancel);
+}
+
+TEST(PictureView, ShowsThePhotoUntilThereIsAPicture) {
+    const QString photo = QString::fromStdString((support::TestFolder() / "photo.png").string());
+    QImage green(40, 30, QImage::Format_RGB32);
+    green.fill(Qt::green);
+    green.save(photo);
+    PictureView view;
+    view.resize(400, 300);
+    const auto middle = [&view] { return view.grab().toImage().pixelColor(200, 150); };
+    const QColor empty = middle();
+    view.SetPhoto(photo);
+    EXPECT_EQ(middle(), QColor(Qt::green));
+    view.SetPhoto("/no/photo.gif");
+    EXPECT_EQ(middle(), empty);
+    view.SetPhoto(photo);
+    view.Show({});
+    EXPECT_EQ(middle(), empty);
 }
 
 TEST(PictureView, FitsThePictureIntoItsRoom) {

@@ -6,7 +6,8 @@
 /// Pictures of the windows, for whoever changes one and wants to see it.
 namespace screenshots {
 
-/// Writes the main window on a project, in several states, in light and dark colours, at one and two pixels a point.
+/// Writes every window on a copy of a project, in the states that look different, in light and dark colours at one, one
+/// and a half and two pixels a point, and in each language at one.
 /// @returns the exit status
 int MakeScreenshots(const std::filesystem::path& folder, const std::filesystem::path& project);
 

@@ -37,8 +37,11 @@ inline void PressKey(QWidget& widget, Qt::Key key, Qt::KeyboardModifiers modifie
 
 /// The main window on a project, with a real engine, and settings that are forgotten.
 struct WindowOnProject {
-    /// @param temp where the editor's work folder goes
-    WindowOnProject(const std::filesystem::path& project, const std::filesystem::path& temp) {
+    /// @param temp    where the editor's work folder goes
+    /// @param resFile the words that it speaks
+    WindowOnProject(const std::filesystem::path& project, const std::filesystem::path& temp,
+                    const std::filesystem::path& resFile = MIRRANE_SOURCE_DIR "/data/res.xml")
+        : doubled(resFile) {
         doubled.host.environment["temp"] = temp;
         state.gProjectFolder = project;
         window = std::make_unique<MainWindow>(WindowParts{state, engine, *player, check, user,

@@ -88,7 +88,11 @@ void TranscodeToWave(const std::filesystem::path& source, const std::filesystem:
 
 SoundKind SoundKindOf(const std::filesystem::path& path) noexcept {
     try {
-        return ForeignFile(path).SoundStream() != nullptr ? SoundKind::Sound : SoundKind::NoSound;
+        const ForeignFile file(path);
+        if (file.SoundStream() == nullptr) return SoundKind::NoSound;
+        const AVCodecID codec = file.SoundStream()->codecpar->codec_id;
+        if (codec == AV_CODEC_ID_NONE) return SoundKind::Unreadable;
+        return avcodec_find_decoder(codec) != nullptr ? SoundKind::Sound : SoundKind::NoDecoder;
     } catch (const std::exception&) {
         return SoundKind::Unreadable;
     }

@@ -13,8 +13,8 @@ namespace qv {
 /// Progress of a job that has failed or was abandoned.
 inline constexpr int kJobFailed = -1;
 
-/// What there is to hear in a file made elsewhere.
-enum class SoundKind { Unreadable, NoSound, Sound };
+/// What there is to hear in a file made elsewhere. NoDecoder: something, but no codec for it is installed.
+enum class SoundKind { Unreadable, NoSound, NoDecoder, Sound };
 
 /// One part of a sound's waveform: [start, end) ms in samples.size() equal parts.
 struct WaveSpan {

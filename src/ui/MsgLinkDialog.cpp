@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <QAbstractButton>
+#include <QDesktopServices>
+#include <QEnterEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPushButton>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include "ui/Dialogs.h"
+
+namespace mirrane {
+
+namespace {
+
+constexpr char kForm[] = "frmMsgLink";
+
+/// A text that opens an address; underlined while the mouse or the focus is on it.
+class LinkLabel final : public QAbstractButton {
+public:
+    LinkLabel(const QString& text, const QUrl& address) {
+        setText(text);
+        setAccessibleName(text);
+        setCursor(Qt::PointingHandCursor);
+        setFocusPolicy(Qt::StrongFocus);
+        connect(this, &QAbstractButton::clicked, this, [address] { QDesktopServices::openUrl(address); });
+    }
+
+    [[nodiscard]] QSize sizeHint() const override { return fontMetrics().size(Qt::TextSingleLine, text()); }
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override {
+        QPainter painter(this);
+        QFont shown = font();
+        shown.setUnderline(underMouse() || hasFocus());
+        painter.setFont(shown);
+        painter.setPen(palette().color(QPalette::Link));
+        painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter, text());
+    }
+    void enterEvent(QEnterEvent* /*event*/) override { update(); }
+    void leaveEvent(QEvent* /*event*/) override { update(); }
+};
+
+QLabel* WarningPicture(const QWidget& beside) {
+    auto* const picture = new QLabel;
+    const int size = beside.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
+    picture->setPixmap(beside.style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(size, size));
+    return picture;
+}
+
+QLabel* MessageText(const QString& message) {
+    constexpr int kLettersOfALine = 60;
+    auto* const lMsg = new QLabel(message);
+    lMsg->setObjectName("lMsg");
+    lMsg->setTextFormat(Qt::PlainText);
+    lMsg->setWordWrap(true);
+    lMsg->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    lMsg->setFixedWidth(lMsg->fontMetrics().averageCharWidth() * kLettersOfALine);
+    return lMsg;
+}
+
+}  // namespace
+
+void ShowMsgLink(const QString& message, const QUrl& address, const WordsOfForms& words, QWidget* parent) {
+    QDialog dialog(parent);
+    dialog.setObjectName(kForm);
+    dialog.setWindowTitle(words(kForm, kForm));
+    auto* const all = new QVBoxLayout(&dialog);
+    all->setSizeConstraint(QLayout::SetFixedSize);
+    auto* const row = new QHBoxLayout;
+    row->setSpacing(row->spacing() * 2);
+    all->addLayout(row);
+    row->addWidget(WarningPicture(dialog), 0, Qt::AlignTop);
+    auto* const column = new QVBoxLayout;
+    row->addLayout(column);
+    column->addWidget(MessageText(message));
+    if (!address.isEmpty()) {
+        auto* const lLink = new LinkLabel(words(kForm, "lLink"), address);
+        lLink->setObjectName("lLink");
+        lLink->setToolTip(words(kForm, "lLinkTip"));
+        column->addWidget(lLink, 0, Qt::AlignLeft);
+    }
+    auto* const cmdOK = new QPushButton(words("frmMsgBox", "cmdOK"));
+    cmdOK->setObjectName("cmdOK");
+    cmdOK->setToolTip(words(kForm, "cmdOKTip"));
+    cmdOK->setDefault(true);
+    QObject::connect(cmdOK, &QPushButton::clicked, &dialog, &QDialog::accept);
+    all->addWidget(cmdOK, 0, Qt::AlignRight);
+    cmdOK->setFocus();
+    dialog.exec();
+}
+
+}  // namespace mirrane
