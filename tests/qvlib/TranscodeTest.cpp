@@ -51,13 +51,13 @@ TEST_F(TranscodeTest, TellsWhatAFileIsAndFailsWithoutATrace) {
     EXPECT_EQ(engine_.mixEdit->qvSoundKind(silent), SoundKind::NoSound);
     EXPECT_EQ(engine_.mixEdit->qvSoundKind(folder_ / "none.mp3"), SoundKind::Unreadable);
     // The same sound under the name of a codec that nobody has decoders of, and of one that nobody knows.
-    const fs::path aac = support::MakeMedia(folder_, "aac.mp4", "-f lavfi -i sine=d=1 -c:a aac");
+    const fs::path plain = support::MakeMedia(folder_, "plain.mov", "-f lavfi -i sine=d=1 -c:a pcm_s16le");
     for (const auto& [codec, kind] : {std::pair("mhm1", SoundKind::NoDecoder), {"?!?!", SoundKind::Unreadable}}) {
-        auto bytes = support::ReadBytes(aac);
-        const std::string_view name = "mp4a";
+        auto bytes = support::ReadBytes(plain);
+        const std::string_view name = "sowt";
         std::copy_n(codec, name.size(), std::search(bytes.begin(), bytes.end(), name.begin(), name.end()));
-        support::WriteBytes(folder_ / "other.mp4", bytes);
-        EXPECT_EQ(engine_.mixEdit->qvSoundKind(folder_ / "other.mp4"), kind) << codec;
+        support::WriteBytes(folder_ / "other.mov", bytes);
+        EXPECT_EQ(engine_.mixEdit->qvSoundKind(folder_ / "other.mov"), kind) << codec;
     }
     EXPECT_THROW(TranscodeToWave(silent, folder_ / "it.wav", {}), MediaError);
     EXPECT_THROW(TranscodeToWave(heard, folder_ / "nowhere" / "it.wav", {}), MediaError);
