@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QPointer>
 #include <QPushButton>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -64,15 +65,15 @@ QLabel* MessageText(const QString& message) {
 }  // namespace
 
 void ShowMsgLink(const QString& message, const QUrl& address, const WordsOfForms& words, QWidget* parent) {
-    QDialog dialog(parent);
-    dialog.setObjectName(kForm);
-    dialog.setWindowTitle(words(kForm, kForm));
-    auto* const all = new QVBoxLayout(&dialog);
+    const QPointer<QDialog> dialog = new QDialog(parent);  // the window may go away under it
+    dialog->setObjectName(kForm);
+    dialog->setWindowTitle(words(kForm, kForm));
+    auto* const all = new QVBoxLayout(dialog);
     all->setSizeConstraint(QLayout::SetFixedSize);
     auto* const row = new QHBoxLayout;
     row->setSpacing(row->spacing() * 2);
     all->addLayout(row);
-    row->addWidget(WarningPicture(dialog), 0, Qt::AlignTop);
+    row->addWidget(WarningPicture(*dialog), 0, Qt::AlignTop);
     auto* const column = new QVBoxLayout;
     row->addLayout(column);
     column->addWidget(MessageText(message));
@@ -86,10 +87,11 @@ void ShowMsgLink(const QString& message, const QUrl& address, const WordsOfForms
     cmdOK->setObjectName("cmdOK");
     cmdOK->setToolTip(words(kForm, "cmdOKTip"));
     cmdOK->setDefault(true);
-    QObject::connect(cmdOK, &QPushButton::clicked, &dialog, &QDialog::accept);
+    QObject::connect(cmdOK, &QPushButton::clicked, dialog, &QDialog::accept);
     all->addWidget(cmdOK, 0, Qt::AlignRight);
     cmdOK->setFocus();
-    dialog.exec();
+    dialog->exec();
+    delete dialog;
 }
 
 }  // namespace mirrane
