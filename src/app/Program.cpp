@@ -54,7 +54,8 @@ Program::Program(CommandLine line)
       state_(world_),
       engine_(qv::MakeEngine({qv::DefaultCacheFolder(), Log})),
       check_{world_, *engine_.lib},
-      player_(MakePlayer()) {}
+      player_(MakePlayer()),
+      capture_(qv::MakeCapture({.soundIn = qv::MakeDeviceSoundIn(Log), .channels = 1, .log = Log})) {}
 
 bool Program::Start() {
     CheckParts(host_.ProgramFolder());
@@ -103,8 +104,8 @@ bool Program::OpenProject(const std::string& folder) {
 }
 
 void Program::ShowEditor() {
-    window_ = std::make_unique<mirrane::MainWindow>(
-        mirrane::WindowParts{state_, engine_, *player_, check_, user_, [] { EndNow(); }, [] { QApplication::quit(); }});
+    window_ = std::make_unique<mirrane::MainWindow>(mirrane::WindowParts{
+        state_, engine_, *player_, *capture_, check_, user_, [] { EndNow(); }, [] { QApplication::quit(); }});
     window_->Open();
 }
 

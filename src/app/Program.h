@@ -51,6 +51,7 @@ private:
     qv::Engine engine_;
     mirrane::modMediaQv::MediaContext check_;
     std::unique_ptr<qv::IPlayer> player_;
+    std::unique_ptr<qv::IQvCapture> capture_;
     std::unique_ptr<mirrane::MainWindow> window_;
 };
 

@@ -38,6 +38,10 @@ public:
     /// The same in the shown slide, at most to its end, down to the grid of the samples; pauses, and goes on behind the
     /// seek.
     virtual void SeekInSlide(Ms ms) = 0;
+    /// Shows a time of the whole timeline, which lies in the shown slide or behind it, without going there.
+    virtual void SetPosInfo(Ms ms) = 0;
+    /// Play lists that are made while this is on are silent.
+    virtual void SetMuted(bool on) = 0;
     /// Brings the tool bar and the slides' buttons in line with history and selection.
     virtual void SetToolbar() = 0;
 };

@@ -38,6 +38,7 @@ Editor::Editor(EditorState& state, qv::Engine& engine, qv::IPlayer& player, modM
       sampler(media),
       transport(edit, player),
       slideView(edit, transport),
+      recorder(media, ports.capture, ports.frmRecAudio),
       ports_(std::move(ports)) {
     edit.sampler = &sampler;
     edit.transport = &transport;
@@ -249,6 +250,7 @@ void Editor::ForceExit() {
     form.TmrFrame = false;
     state().isClosing = true;
     media.mixEdit.Abandon();
+    recorder.Abandon();
     Leave(Leftovers::Keep);
     ports_.exitNow();
 }

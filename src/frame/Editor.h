@@ -7,6 +7,7 @@
 #include <string>
 
 #include "editing/EditContext.h"
+#include "media/AudioRecording.h"
 #include "media/MediaContext.h"
 #include "media/Sampling.h"
 #include "playback/SlideView.h"
@@ -22,6 +23,8 @@ struct EditorPorts {
     IProgressWindow& frmProgress;
     IProgressWindow& frmCreateThumb;
     IOpenMediaFile& openMediaFile;
+    qv::IQvCapture& capture;
+    IRecAudioWindow& frmRecAudio;
     /// Runs a function later, from the event loop.
     std::function<void(std::function<void()>)> post;
     /// Ends the process at once. A double of it returns.
@@ -75,6 +78,7 @@ public:
     Sampler sampler;
     Transport transport;
     SlideView slideView;
+    AudioRecorder recorder;
 
 private:
     enum class Leftovers { Keep, Clear };

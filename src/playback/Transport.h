@@ -33,6 +33,8 @@ public:
     void ExecStop(StopAt where) override;
     void qvSeekTo(Ms ms) override;
     void SeekInSlide(Ms ms) override;
+    void SetPosInfo(Ms ms) override;
+    void SetMuted(bool on) override { isMuted_ = on; }
     void SetToolbar() override;
 
     // What the user presses: nothing while the editor is busy or the button is disabled.
@@ -45,8 +47,6 @@ public:
     void TmrFrame_Timer();
     void OnSeekFinish();
 
-    /// @param ms on the timeline, in the shown slide
-    void SetPosInfo(Ms ms);
     /// @param ms in the slide
     void SetSliderPos(Ms ms);
     /// The tool tip of the slider. @param fraction 0 to 1
@@ -58,8 +58,6 @@ public:
     void SetSlideLen(Ms mSlideLen) { mSlideLen_ = mSlideLen; }
     /// Whatever would have gone on behind a seek does not.
     void DropResume() { gResumeAfterSeek_ = false; }
-    /// What is heard while the recorder runs: nothing.
-    void SetMuted(bool on) { isMuted_ = on; }
 
 private:
     void LockForSeek();

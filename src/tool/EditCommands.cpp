@@ -42,6 +42,7 @@ public:
     explicit Arguments(std::span<const std::string> words) : words_(words) {}
 
     [[nodiscard]] const std::string& Text(std::size_t index) const { return words_[index]; }
+    [[nodiscard]] bool Has(std::size_t index) const { return index < words_.size(); }
     [[nodiscard]] std::int32_t Number(std::size_t index) const {
         const std::string& word = words_[index];
         const char* end = word.data() + word.size();
@@ -234,6 +235,15 @@ void Import(EditSession& session, const Arguments& arguments) {
     DoStep(session, [&] { mirrane::modAudioImport::cmdImportAudio_Click(session.Form().media); });
 }
 
+void Record(EditSession& session, const Arguments& arguments) {
+    NeedEnabled(session, Control::cmdRecAudio);
+    const auto file = std::filesystem::absolute(arguments.Text(0));
+    const Ms whole = session.LengthOf(file);
+    session.microphone->Plug(file);
+    session.take.length = milliseconds(arguments.Has(1) ? arguments.Time(1) : whole);
+    DoStep(session, [&] { session.Form().recorder.cmdRecAudio_Click(); });
+}
+
 /// Like an import of a file that is converted already.
 void Place(EditSession& session, const Arguments& arguments) {
     using mirrane::modPlacement::Existing;
@@ -340,7 +350,8 @@ void Close(EditSession& session, const Arguments& /*arguments*/) {
 
 struct Command {
     std::string_view name;
-    std::string_view takes;  ///< its arguments, parted by blanks
+    std::string_view
+        takes;  ///< its arguments, parted by blanks; the last one may be left out when it stands in brackets
     void (*run)(EditSession& session, const Arguments& arguments);
 };
 
@@ -363,6 +374,7 @@ constexpr Command kCommands[] = {
     {"zoomin", "", ZoomIn},
     {"zoomout", "", ZoomOut},
     {"import", "FILE", Import},
+    {"record", "FILE [MS]", Record},
     {"place", "FILE MS push|overwrite", Place},
     {"undo", "", Undo},
     {"redo", "", Redo},
@@ -391,7 +403,9 @@ void RunCommand(EditSession& session, const std::vector<std::string>& words) {
                                              [&](const Command& known) { return known.name == words.front(); });
     if (command == std::end(kCommands)) throw WrongUse("unknown command \"" + words.front() + "\"");
     const Arguments arguments(std::span<const std::string>(words).subspan(1));
-    if (words.size() - 1 != CountOf(command->takes))
+    const std::size_t most = CountOf(command->takes);
+    const std::size_t least = !command->takes.empty() && command->takes.back() == ']' ? most - 1 : most;
+    if (words.size() - 1 < least || words.size() - 1 > most)
         throw WrongUse("usage: " + std::string(command->name) + (command->takes.empty() ? "" : " ") +
                        std::string(command->takes));
     command->run(session, arguments);

@@ -40,6 +40,8 @@ std::vector<Answer> Offered(Buttons buttons) {
     return {Answer::Yes, Answer::No, Answer::Cancel};
 }
 
+void Log(const std::string& line) { std::cerr << "qvtool: " + line + "\n"; }
+
 const char* NameOf(Answer answer) {
     switch (answer) {
         case Answer::Ok:
@@ -79,13 +81,15 @@ EditSession::EditSession(const Context& context)
     : watcher_("Working"),
       bar_(watcher_),
       user(loop_),
+      take(loop_),
       world_{user, tools_.world.disk, tools_.world.clock, tools_.world.settings, tools_.world.host, tools_.world.texts},
       state_(world_),
       engine_(OpenEngine(context)),
       check_{world_, *engine_.lib},
       player_(qv::MakePlayer({.post = [this](std::function<void()> function) { loop_.Post(std::move(function)); },
                               .soundOut = {},
-                              .log = [](const std::string& line) { std::cerr << "qvtool: " << line << '\n'; }})) {
+                              .log = Log})),
+      capture_(qv::MakeCapture({.soundIn = microphone, .channels = 1, .log = Log})) {
     std::signal(SIGPIPE, SIG_IGN);
     loop_.Every(kFrameInterval, [this] { OnLeaveTimer(); });
     loop_.Every(kFrameInterval, [this] {
@@ -126,6 +130,8 @@ mirrane::EditorPorts EditSession::Ports() {
     return {.frmProgress = bar_,
             .frmCreateThumb = bar_,
             .openMediaFile = chosenFile,
+            .capture = *capture_,
+            .frmRecAudio = take,
             .post = [this](std::function<void()> function) { loop_.Post(std::move(function)); },
             .exitNow = [this] { ExitNow(); },
             .closed = [this] { isClosed_ = true; }};

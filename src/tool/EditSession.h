@@ -9,6 +9,7 @@
 
 #include "Common.h"
 #include "JobWatcher.h"
+#include "ScriptedTake.h"
 #include "ToolWorld.h"
 #include "base/EventLoop.h"
 #include "frame/Editor.h"
@@ -94,6 +95,10 @@ public:
     [[nodiscard]] mirrane::EditContext& Edit() { return editor_->edit; }
     [[nodiscard]] mirrane::EditorState& State() { return state_; }
     [[nodiscard]] qv::IPlayer& Player() { return *player_; }
+    /// Of a recording of any kind, ms. @throws std::runtime_error
+    [[nodiscard]] mirrane::Ms LengthOf(const std::filesystem::path& recording) {
+        return engine_.recordings->Probe(recording).duration;
+    }
 
 private:
     void ShowStartPage() override;
@@ -110,6 +115,8 @@ private:
 public:
     ScriptedUser user;
     ChosenFile chosenFile;
+    std::shared_ptr<FileMicrophone> microphone = std::make_shared<FileMicrophone>();
+    ScriptedTake take;
     Json running;  ///< what is told of the command that runs; null: none does
 
 private:
@@ -118,6 +125,7 @@ private:
     qv::Engine engine_;
     mirrane::modMediaQv::MediaContext check_;
     std::unique_ptr<qv::IPlayer> player_;
+    std::unique_ptr<qv::IQvCapture> capture_;
     std::unique_ptr<mirrane::Editor> editor_;
     std::filesystem::path folder_;
     bool isClosed_ = false;

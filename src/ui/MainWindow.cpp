@@ -28,6 +28,7 @@
 #include "ui/EditorToolBar.h"
 #include "ui/Icons.h"
 #include "ui/PictureView.h"
+#include "ui/RecAudioDialog.h"
 #include "ui/SlideListWidget.h"
 #include "ui/TimelineView.h"
 #include "ui/TransportBar.h"
@@ -138,6 +139,7 @@ private:
     Icons icons_;
     ProgressWindow frmProgress_;
     ProgressWindow frmCreateThumb_;
+    RecAudioWindow frmRecAudio_;
     Editor editor_;
     MainForm& form_;
     EditorToolBar* toolBar_ = nullptr;
@@ -160,6 +162,7 @@ MainWindow::Impl::Impl(MainWindow& window, WindowParts parts)
     : window_(window),
       parts_(std::move(parts)),
       icons_(parts_.state.world.host.ProgramFolder()),
+      frmRecAudio_([this](const char* form, const char* key) { return Word(form, key); }, window),
       editor_(parts_.state, parts_.engine, parts_.player, parts_.check, Ports()),
       form_(editor_.form) {
     window_.setObjectName(kForm);
@@ -186,6 +189,8 @@ EditorPorts MainWindow::Impl::Ports() {
     return {.frmProgress = frmProgress_,
             .frmCreateThumb = frmCreateThumb_,
             .openMediaFile = window_,
+            .capture = parts_.capture,
+            .frmRecAudio = frmRecAudio_,
             .post =
                 [this](std::function<void()> later) {
                     QMetaObject::invokeMethod(&window_, std::move(later), Qt::QueuedConnection);
@@ -235,9 +240,10 @@ void MainWindow::Impl::BuildPanes() {
     picture_ = new PictureView;
     picture_->setAccessibleName(words("picVideo"));
     transport_ = new TransportBar(editor_.edit, editor_.transport, icons_, words);
-    timeline_ = new TimelineView(
-        editor_.edit,
-        {.importAudio = [this] { modAudioImport::cmdImportAudio_Click(editor_.media); }, .recordAudio = {}}, words);
+    timeline_ = new TimelineView(editor_.edit,
+                                 {.importAudio = [this] { modAudioImport::cmdImportAudio_Click(editor_.media); },
+                                  .recordAudio = [this] { editor_.recorder.cmdRecAudio_Click(); }},
+                                 words);
     timeline_->ShowIcons(icons_);
 
     auto* player = new QWidget;

@@ -7,6 +7,7 @@
 
 #include "frame/Editor.h"
 #include "qvlib/IPlayer.h"
+#include "qvlib/IQvCapture.h"
 #include "ui/QtUser.h"
 
 namespace mirrane {
@@ -16,6 +17,7 @@ struct WindowParts {
     EditorState& state;
     qv::Engine& engine;
     qv::IPlayer& player;
+    qv::IQvCapture& capture;
     modMediaQv::MediaContext& check;
     QtUser& user;
     /// Ends the process at once. A double of it returns.

@@ -66,6 +66,8 @@ public:
         const Ms inside = std::min(start + ms, state_.gSlideList.GetEnd(slide) - 1);
         qvSeekTo(std::max(mirrane::FloorToGrid(inside), start));
     }
+    void SetPosInfo(Ms ms) override { told += "Pos:" + std::to_string(ms) + " "; }
+    void SetMuted(bool on) override { told += on ? "Mute " : "Unmute "; }
     void SetToolbar() override { ++toolbars; }
 
     /// Ends the seek that holdsSeeks has kept open.

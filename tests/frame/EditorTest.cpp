@@ -3,9 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "base/EventLoop.h"
 #include "doubles/World.h"
 #include "editing/Commands.h"
+#include "frame/ClapMicrophone.h"
 #include "frame/TwoSlides.h"
 #include "shell/Progress.h"
 #include "timeline/Lecture.h"
@@ -15,7 +19,7 @@ namespace mirrane {
 using std::filesystem::path;
 
 /// The editor on a project of two slides of 3 s, made by the engine, with a page that no slide names.
-struct EditorLife : testing::Test, IOpenMediaFile {
+struct EditorLife : testing::Test, IOpenMediaFile, IRecAudioWindow {
     EditorLife() {
         create_directories(folder / "html9");
         world.host.environment["temp"] = base / "temp";
@@ -27,15 +31,17 @@ struct EditorLife : testing::Test, IOpenMediaFile {
         editor.reset();
         state = std::make_unique<EditorState>(world.world);
         state->gProjectFolder = folder;
-        editor = std::make_unique<Editor>(
-            *state, engine, *player, check,
-            EditorPorts{window, window, *this, [this](std::function<void()> later) { loop.Post(std::move(later)); },
-                        [this] { ends += "exit "; }, [this] { ends += "closed "; }});
+        editor =
+            std::make_unique<Editor>(*state, engine, *player, check,
+                                     EditorPorts{window, window, *this, *capture, *this,
+                                                 [this](std::function<void()> later) { loop.Post(std::move(later)); },
+                                                 [this] { ends += "exit "; }, [this] { ends += "closed "; }});
         editor->Form_Load();
         editor->Save_Click();  // there is nothing yet
         Do([this] { editor->tmrLayout_Timer(); });
     }
     std::optional<path> Choose(const std::string&, const std::string&, const path&) override { return {}; }
+    void ShowModal(RecAudio& rules) override { speak(rules); }
     /// Does something, and lets it come to its end.
     void Do(const std::function<void()>& deed) {
         deed();
@@ -67,6 +73,9 @@ struct EditorLife : testing::Test, IOpenMediaFile {
     qv::Engine engine = qv::MakeEngine({});
     std::unique_ptr<qv::IPlayer> player = qv::MakePlayer(
         {.post = [this](std::function<void()> event) { loop.Post(std::move(event)); }, .soundOut = {}, .log = {}});
+    std::shared_ptr<doubles::ClapMicrophone> microphone = std::make_shared<doubles::ClapMicrophone>();
+    std::unique_ptr<qv::IQvCapture> capture = qv::MakeCapture({.soundIn = microphone, .channels = 1, .log = {}});
+    std::function<void(RecAudio&)> speak;
     modMediaQv::MediaContext check{world.world, *engine.lib};
     std::string ends;
     std::unique_ptr<EditorState> state;
@@ -114,6 +123,41 @@ TEST_F(EditorLife, ClosesWhenNobodyIsBusyAndTheUserAgreesOrWhenToldTo) {
     EXPECT_FALSE(editor->form.IsEnabled(Control::cmdPlay) || editor->form.IsEnabled(Control::Save));
     editor->Exit_Click();
     EXPECT_EQ(ends, "closed ");
+}
+
+/// ms until it is loud in a take.
+double FirstSound(const path& take) {
+    const path samples = path(take) += ".raw";
+    support::Output("ffmpeg -v error -i " + support::Quoted(take) + " -f u8 -ac 1 -ar 48000 " +
+                    support::Quoted(samples));
+    const std::vector<std::uint8_t> heard = support::ReadBytes(samples);
+    const auto loud = std::find_if(heard.begin(), heard.end(), [](int level) { return std::abs(level - 128) > 25; });
+    return static_cast<double>(loud - heard.begin()) / 48;
+}
+
+TEST_F(EditorLife, AVoiceLiesWhereItWasSpokenAgainstThePicture) {
+    Ms seen = 0;
+    speak = [&](RecAudio& rules) {
+        rules.cmdRec_Click();
+        loop.RunFor(std::chrono::milliseconds(700));
+        microphone->Clap();
+        seen = player->Position();
+        loop.RunFor(std::chrono::milliseconds(300));
+        rules.tmrRecording_Timer();
+        rules.cmdRec_Click();
+    };
+    Do([this] { editor->transport.SeekInSlide(1000); });
+    Do([this] { editor->recorder.cmdRecAudio_Click(); });
+    ASSERT_EQ(state->gWaveTrack[1].items.Count(), 1) << world.user.Told();
+    const CWaveSeg& take = *state->gWaveTrack[1].items.begin();
+    EXPECT_EQ(take.pos, 960);
+    EXPECT_NEAR(take.pos + FirstSound(take.srcFile), seen, 10);
+    EXPECT_NEAR(take.posEnd - take.pos, 1000, 200);
+    EXPECT_EQ(player->Position(), 960);
+    Do([this] { editor->Undo_Click(); });
+    EXPECT_EQ(state->gWaveTrack[1].items.Count(), 0);
+    Do([this] { editor->Redo_Click(); });
+    EXPECT_EQ(state->gWaveTrack[1].items.Count(), 1);
 }
 
 }  // namespace mirrane

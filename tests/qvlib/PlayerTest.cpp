@@ -328,22 +328,26 @@ TEST_F(PlayerTest, PicturesCostNothingUntilSomebodyTakesThem) {
     EXPECT_TRUE(ShownLuma() == all.At(6000));
 }
 
-TEST_F(PlayerTest, WithoutADeviceASteadyClockTakesItsPlace) {
-    device_->isBroken = true;
-    OpenWith(kWholeSound, kWholePicture);
-    SeekAndWait(200);
-    const auto begin = Clock::now();
-    player_->Play();
-    for (Ms last = 200, now = 200; last <= 600; last = now) {
-        loop_.RunFor(10ms);
-        now = player_->Position();
-        ASSERT_GE(now, last);
-        ASSERT_NEAR(now, static_cast<double>(200 + (Clock::now() - begin) / 1ms), 200);
+TEST_F(PlayerTest, WithoutADeviceAndForSilenceASteadyClockTakesItsPlace) {
+    for (const bool isBroken : {true, false}) {
+        SCOPED_TRACE(isBroken);
+        device_->isBroken = isBroken;
+        OpenWith(isBroken ? kWholeSound : support::AudioRows("#0:0-9000*0"), kWholePicture);
+        SeekAndWait(200);
+        const auto begin = Clock::now();
+        player_->Play();
+        for (Ms last = 200, now = 200; last <= 600; last = now) {
+            loop_.RunFor(10ms);
+            now = player_->Position();
+            ASSERT_GE(now, last);
+            ASSERT_NEAR(now, static_cast<double>(200 + (Clock::now() - begin) / 1ms), 200);
+        }
+        EXPECT_FALSE(device_->IsRunning());
+        player_->Pause();
+        const Ms paused = player_->Position();
+        loop_.RunFor(30ms);
+        EXPECT_EQ(player_->Position(), paused);
     }
-    player_->Pause();
-    const Ms paused = player_->Position();
-    loop_.RunFor(30ms);
-    EXPECT_EQ(player_->Position(), paused);
 }
 
 TEST_F(PlayerTest, DamageEndsAStretchAndNothingElse) {

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "doubles/Capture.h"
 #include "doubles/World.h"
 #include "qvlib/Engine.h"
 #include "qvlib/IPlayer.h"
@@ -44,7 +45,7 @@ struct WindowOnProject {
         : doubled(resFile) {
         doubled.host.environment["temp"] = temp;
         state.gProjectFolder = project;
-        window = std::make_unique<MainWindow>(WindowParts{state, engine, *player, check, user,
+        window = std::make_unique<MainWindow>(WindowParts{state, engine, *player, capture, check, user,
                                                           [this] { ends += "exit "; }, [this] { ends += "closed "; }});
         window->Open();
         Settle([this] { return window->TheEditor().form.mLayoutDone; });
@@ -71,6 +72,7 @@ struct WindowOnProject {
                             },
                         .soundOut = {},
                         .log = {}});
+    doubles::Capture capture;
     modMediaQv::MediaContext check{world, *engine.lib};
     std::string ends;
     std::unique_ptr<MainWindow> window;

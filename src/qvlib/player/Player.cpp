@@ -224,7 +224,8 @@ private:
         isReady_ = false;
         isRunning_ = true;
         const auto fill = [this](std::span<float> out) { return line_.Fill(out); };
-        out_ = options_.soundOut ? options_.soundOut.get() : steady_.get();
+        // Silence needs no device, and the picture of a list that has nothing else runs at once.
+        out_ = options_.soundOut && !program_->IsSilent() ? options_.soundOut.get() : steady_.get();
         if (!out_.load()->Start(channels_, fill)) {
             Log("there is no sound device: what is played is not heard");
             out_ = steady_.get();

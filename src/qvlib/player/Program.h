@@ -22,6 +22,12 @@ struct Program {
         if (!frameRows.empty()) return frameRows.back().posEnd;
         return audioRows.empty() ? 0 : audioRows.back().posEnd;
     }
+
+    /// Whether there is nothing to hear in it.
+    [[nodiscard]] bool IsSilent() const {
+        return std::all_of(audioRows.begin(), audioRows.end(),
+                           [](const AudioRow& row) { return row.fileIndex < 0 || row.volPercent == 0; });
+    }
 };
 using SharedProgram = std::shared_ptr<const Program>;
 
