@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -63,6 +64,14 @@ void AppendSamples(NewFile& out, std::span<const float> samples, std::vector<std
     out.Append(bytes);
 }
 
+/// Of a file without a sound that can be decoded.
+SoundKind KindOfUndecodable(const AVFormatContext& input) {
+    for (const AVStream* stream : std::span(input.streams, input.nb_streams))
+        if (stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            return stream->codecpar->codec_id == AV_CODEC_ID_NONE ? SoundKind::Unreadable : SoundKind::NoDecoder;
+    return SoundKind::NoSound;
+}
+
 }  // namespace
 
 void TranscodeToWave(const std::filesystem::path& source, const std::filesystem::path& target, const JobContext& job) {
@@ -89,10 +98,7 @@ void TranscodeToWave(const std::filesystem::path& source, const std::filesystem:
 SoundKind SoundKindOf(const std::filesystem::path& path) noexcept {
     try {
         const ForeignFile file(path);
-        if (file.SoundStream() == nullptr) return SoundKind::NoSound;
-        const AVCodecID codec = file.SoundStream()->codecpar->codec_id;
-        if (codec == AV_CODEC_ID_NONE) return SoundKind::Unreadable;
-        return avcodec_find_decoder(codec) != nullptr ? SoundKind::Sound : SoundKind::NoDecoder;
+        return file.SoundStream() != nullptr ? SoundKind::Sound : KindOfUndecodable(file.Input());
     } catch (const std::exception&) {
         return SoundKind::Unreadable;
     }
