@@ -21,6 +21,7 @@
 #include "support/Basics.h"
 #include "ui/Dialogs.h"
 #include "ui/Language.h"
+#include "ui/RecAudioDialog.h"
 #include "ui/TimelineView.h"
 
 namespace screenshots {
@@ -95,6 +96,8 @@ private:
     void ShootMoments();
     void ShootMenus();
     void ShootDialogs();
+    void ShootRecorder();
+    void ShootTake(const char* name, int volume, const std::function<void(qv::CaptureState&)>& happen);
     void ShootJobs();
     void ShootBoxes();
 
@@ -124,6 +127,7 @@ void Scene::ShootWindow() {
     ShootEdited();
     ShootMenus();
     ShootDialogs();
+    ShootRecorder();
     ShootJobs();
     ShootBoxes();
     ShootMoments();
@@ -215,6 +219,37 @@ void Scene::ShootDialogs() {
     StatusWindow status;
     status.ShowText(Word("frmCommon", "msgLastRecFailed"));
     camera_.Shoot(status, "status");
+}
+
+void Scene::ShootRecorder() {
+    RecAudio idle(editor().edit, on_->capture, {});
+    RecAudioDialog dialog(idle, Words(), on_->window.get());
+    dialog.show();
+    on_->user.Sleep(std::chrono::milliseconds(150));
+    camera_.Shoot(dialog, "recorder-idle");
+    dialog.hide();
+    ShootTake("recorder-take", 52, [](qv::CaptureState&) {});
+    ShootTake("recorder-overload", 100, [](qv::CaptureState& state) { state.overloadedSamples = 9; });
+    ShootTake("recorder-silent", 0, [](qv::CaptureState& state) { state.digitalSilence = 2500; });
+}
+
+/// The recorder while a take runs.
+void Scene::ShootTake(const char* name, int volume, const std::function<void(qv::CaptureState&)>& happen) {
+    doubles::Capture& capture = on_->capture;
+    RecAudio rules(editor().edit, capture, {.recFile = {}, .mRecStartPos = modLayout::SlideStart(editor().edit)});
+    RecAudioDialog dialog(rules, Words(), on_->window.get());
+    dialog.show();
+    rules.cmdRec_Click();
+    happen(capture.state);
+    capture.volume = volume + 9;
+    rules.tmrGetVol_Timer();
+    capture.volume = volume;
+    on_->user.Sleep(std::chrono::milliseconds(150));
+    camera_.Shoot(dialog, name);
+    rules.cmdRec_Click();
+    editor().transport.ExecPlay();
+    capture.state = {};
+    on_->Settle();
 }
 
 void Scene::ShootJobs() {
