@@ -4,6 +4,7 @@
 import contextlib
 import os
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
@@ -67,17 +68,18 @@ class Desk:
         os.environ.update(HOME=str(self.work), XDG_RUNTIME_DIR=runtime, PULSE_SERVER=f"unix:{runtime}/pulse/native",
                           ALSA_CONFIG_PATH="/dev/null", LC_ALL="C.UTF-8", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
                           temp=str(self.work / "temp"))
-        for name in list(os.environ):
-            if name in ("WAYLAND_DISPLAY", "appdata") or name.startswith(("XDG_C", "XDG_D", "QT_Q", "QT_S", "MIRRANE_P")):
-                del os.environ[name]
+        foreign = re.compile("WAYLAND_DISPLAY|appdata|XDG_[CD].*|QT_[QS].*|MIRRANE_PROGRAM_FOLDER")
+        for name in filter(foreign.fullmatch, list(os.environ)):
+            del os.environ[name]
         (self.work / "temp").mkdir()
 
     def begin(self, *command, **kwargs):
         """Starts something that runs until the desk goes, or this process; what it says goes to a file. Where that is
         allowed it goes ahead of what else the machine does, which would make the sound stutter."""
         with open(self.work / f"{pathlib.Path(command[0]).name}.log", "wb") as log:
-            process = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "nice", "-n", "-15", *command], stdin=subprocess.DEVNULL,
-                                       stderr=log, start_new_session=True, **{"stdout": log, **kwargs})
+            process = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "nice", "-n", "-15", *command],
+                                       stdin=subprocess.DEVNULL, stderr=log, start_new_session=True,
+                                       **{"stdout": log, **kwargs})
         self.ends.callback(self.end, process)
         return process
 

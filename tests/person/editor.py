@@ -39,8 +39,11 @@ def write(text):
 
 
 def windows():
-    found = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "mirrane"], stdout=subprocess.PIPE, check=False)
-    return set(found.stdout.split())
+    while True:
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "mirrane"], stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE, check=False)
+        if not found.stderr:    # else one of them has gone while it was looked at
+            return set(found.stdout.split())
 
 
 def children(node):
@@ -152,7 +155,8 @@ class Editor:
 
     def stop(self):
         """Role and name of where it is."""
-        return next(((node.get_role_name(), node.get_name()) for node in self.stops() if "focused" in states(node)), None)
+        return next(((node.get_role_name(), node.get_name()) for node in self.stops() if "focused" in states(node)),
+                    None)
 
     def tab(self, name):
         before = self.stop()
@@ -213,7 +217,8 @@ class Editor:
         raise AssertionError(f"no {key_of_command} in the menu")
 
     def settled(self):
-        """No seek is under way, and nobody keeps the user out. One look is not enough: a command may seek at its end."""
+        """No seek is under way, and nobody keeps the user out. One look is not enough: a command may seek at its
+        end."""
         exits = self.find("push button", word("ToolbarExit"))
         picture = self.find("filler", word("picVideo"))
         looks = []
@@ -245,7 +250,8 @@ class Editor:
 
     def resize(self, width, height):
         mouse("getactivewindow", "windowsize", width, height)
-        self.until(lambda: (place(self.window).width, place(self.window).height) == (width, height), "the window's size")
+        self.until(lambda: (place(self.window).width, place(self.window).height) == (width, height),
+                   "the window's size")
 
     def ended(self):
         return self.process.wait(PATIENCE_S)

@@ -143,8 +143,8 @@ def edit_by_hand(bench, editor, voice):
 
 def edits_of_script(viewport, voice):
     return [f"viewport {viewport}", "slide 3", "ruler 100", "select 6", "split", "drag 14 30", "ruler 200", "select 14",
-            "split", *["select 16", "remove", "undo"] * 2, "redo", "ruler 300", f'import "{voice}"', "zoomout", "zoomin", "select 1",
-            "setvol 50", "dump", "save", "volume 25"]
+            "split", *["select 16", "remove", "undo"] * 2, "redo", "ruler 300", f'import "{voice}"', "zoomout",
+            "zoomin", "select 1", "setvol 50", "dump", "save", "volume 25"]
 
 
 def import_by_hand(bench, editor, voice):
@@ -202,14 +202,16 @@ def fail_to_start(bench):
     program = bench.programs / "mirrane-editor"
     for display in ({}, {"DISPLAY": ":77"}):
         bare = {name: value for name, value in os.environ.items() if name != "DISPLAY"}
-        ended = subprocess.run([program, bench.lecture], env={**bare, **display}, stderr=subprocess.PIPE, text=True, check=False)
+        ended = subprocess.run([program, bench.lecture], env={**bare, **display}, stderr=subprocess.PIPE, text=True,
+                               check=False)
         assert ended.returncode == 1 and ended.stderr.count("\n") == 1, ended
         assert "there is no display" in ended.stderr, ended
     os.environ["MIRRANE_PROGRAM_FOLDER"] = str(bench.desk.work / "nowhere")
     editor = Editor(bench.desk, program, "--open", bench.lecture)
     editor.press("push button", "OK")
     assert editor.ended() == 1
-    assert editor.log.read_text().endswith("/res.xml is missing: please install the program again\n"), editor.log.read_text()
+    told = editor.log.read_text()
+    assert told.endswith("/res.xml is missing: please install the program again\n"), told
 
 
 def use_the_keyboard(bench):
@@ -334,7 +336,8 @@ def cannot_break_a_save(bench):
     assert editor.ended() == 0, editor.process.returncode
     whole(bench)
     now = files_of(bench.lecture)
-    print("the lecture is the", "old" if now[pathlib.Path("media.qv")] == saved[pathlib.Path("media.qv")] else "new", "one")
+    media = pathlib.Path("media.qv")
+    print("the lecture is the", "old" if now[media] == saved[media] else "new", "one")
     assert set(now) == set(saved), set(now) ^ set(saved)
 
 
@@ -403,7 +406,8 @@ def lose_the_card(bench, editor):
 
 
 SESSIONS = {"RepairsALecture": repair_a_lecture, "FailsToStart": fail_to_start, "UsesTheKeyboard": use_the_keyboard,
-            "HearsWhatIsSaved": hear_what_is_saved, "CannotBreakASave": cannot_break_a_save, "IsImpatient": is_impatient}
+            "HearsWhatIsSaved": hear_what_is_saved, "CannotBreakASave": cannot_break_a_save,
+            "IsImpatient": is_impatient}
 
 
 def main():
