@@ -15,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <deque>
 #include <iostream>
 #include <mutex>
 #include <random>
@@ -154,6 +155,9 @@ private:
     void Release();
     void PressButton();
     void UseCanvas();
+    void PlanCut();
+    void PlanDrag();
+    bool FollowPlan();
     void TypeKey();
     void TypeNumber();
     void TurnWheel();
@@ -162,6 +166,7 @@ private:
     void ChangeLook();
     void Close();
     void Terminate();
+    void AnswerDialog(const QWidget& dialog);
     void AnswerFileDialog(QFileDialog& dialog);
 
     int Within(int least, int most) { return std::uniform_int_distribution<int>(least, most)(random_); }
@@ -193,7 +198,8 @@ private:
     bool isCalm_ = true;
     int depth_ = 0;  ///< of deeds within deeds
     std::chrono::steady_clock::time_point calmSince_;
-    QPointer<QWidget> held_;  ///< where a button of the mouse is down
+    QPointer<QWidget> held_;                  ///< where a button of the mouse is down
+    std::deque<std::function<void()>> plan_;  ///< what is done next, unless something else comes to mind
     Qt::MouseButton heldButton_ = Qt::NoButton;
     QPoint mouse_;  ///< in its window
 };
@@ -249,6 +255,7 @@ std::string Monkey::Round(int round) {
         Note("made anew: " + on_->ends);
         const std::string fault = Unopenable(wish_.project);
         if (!fault.empty()) return fault;
+        plan_.clear();
         Open();
     }
     std::string fault = Unsound(*on_);
@@ -268,9 +275,13 @@ void Monkey::Step() {
         calmSince_ = std::chrono::steady_clock::now();
         return;
     }
+    if (on_->state.gIsSeeking && Chance(60)) return;
     ++depth_;
     if (auto* files = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
         AnswerFileDialog(*files);
+    } else if (QApplication::activeModalWidget() != nullptr && Chance(30)) {
+        AnswerDialog(*QApplication::activeModalWidget());
+    } else if (Chance(70) && FollowPlan()) {
     } else if (held_ != nullptr && Chance(70)) {
         Chance(80) ? MoveMouse() : Release();
     } else {
@@ -286,7 +297,8 @@ const std::vector<Monkey::Deed>& Monkey::Deeds() {
         {200, &Monkey::Click},     {30, &Monkey::ClickTwice},   {60, &Monkey::Press},      {60, &Monkey::MoveMouse},
         {60, &Monkey::Release},    {250, &Monkey::PressButton}, {400, &Monkey::UseCanvas}, {200, &Monkey::TypeKey},
         {60, &Monkey::TypeNumber}, {60, &Monkey::TurnWheel},    {40, &Monkey::MoveFocus},  {15, &Monkey::ChangeWindow},
-        {4, &Monkey::ChangeLook},  {1, &Monkey::Close},         {1, &Monkey::Terminate},
+        {80, &Monkey::PlanCut},    {80, &Monkey::PlanDrag},     {4, &Monkey::ChangeLook},  {1, &Monkey::Close},
+        {1, &Monkey::Terminate},
     };
     return deeds;
 }
@@ -421,6 +433,58 @@ void Monkey::UseCanvas() {
     PressAt(canvas, at, SomeButton());
 }
 
+/// Goes to a place of the ruler, and cuts, removes or otherwise treats what lies under it.
+void Monkey::PlanCut() {
+    auto* canvas = on_->window->findChild<mirrane::TimelineCanvas*>("picTrackGroup");
+    const std::vector<const CWaveSeg*> segs = canvas->ShownSegs();
+    if (segs.empty() || !plan_.empty()) return;
+    const QRect seg = canvas->PlaceOfSeg(*OneOf(segs)).intersected(canvas->rect());
+    const int x = Within(seg.left(), std::max(seg.right(), seg.left()));
+    const int y = seg.center().y();
+    Release();
+    plan_ = {[this, canvas, x] {
+                 ClickOn(*canvas, {x, 5}, Qt::LeftButton, 1);
+             },
+             [this, canvas, x, y] {
+                 ClickOn(*canvas, {x + Within(-9, 9), y}, Qt::RightButton, 1);
+             },
+             [this] {
+                 auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+                 if (menu == nullptr) return;
+                 QAction* entry = menu->actions().at(Chance(70) ? 0 : 1);
+                 ClickOn(*menu, menu->actionGeometry(entry).center(), Qt::LeftButton, 1);
+             }};
+}
+
+void Monkey::PlanDrag() {
+    auto* canvas = on_->window->findChild<mirrane::TimelineCanvas*>("picTrackGroup");
+    if (!plan_.empty()) return;
+    Release();
+    plan_ = {[this, canvas] {
+        const std::vector<const CWaveSeg*> segs = canvas->ShownSegs();
+        if (segs.empty()) return;
+        Note("drag");
+        PressAt(*canvas, canvas->PlaceOfSeg(*OneOf(segs)).center(), Qt::LeftButton);
+    }};
+    for (int moves = Within(0, 3); moves > 0; --moves)
+        plan_.emplace_back([this] {
+            mouse_ += QPoint(Within(-200, 200), 0);
+            if (held_ != nullptr) QTest::mouseMove(held_->windowHandle(), mouse_);
+        });
+    plan_.emplace_back([this] { Release(); });
+}
+
+/// @returns false when there is nothing to do next, or the editor would not hear of it now
+bool Monkey::FollowPlan() {
+    const mirrane::EditContext& edit = on_->window->TheEditor().edit;
+    const bool isBlocked = edit.state.gIsBusy() || QApplication::activeModalWidget() != nullptr;
+    if (plan_.empty() || isBlocked) return false;
+    const std::function<void()> next = std::move(plan_.front());
+    plan_.pop_front();
+    next();
+    return true;
+}
+
 void Monkey::SendKey(int key, Qt::KeyboardModifiers modifiers, const QString& text, int times) {
     if (QGuiApplication::focusWindow() == nullptr) SomeWindow().activateWindow();
     for (int i = 0; i < times; ++i)
@@ -510,6 +574,13 @@ void Monkey::Terminate() {
     if (Chance(75)) return;
     Note("terminate");
     on_->window->TheEditor().Terminate();
+}
+
+void Monkey::AnswerDialog(const QWidget& dialog) {
+    const auto buttons = dialog.findChildren<QAbstractButton*>();
+    if (buttons.empty()) return;
+    QAbstractButton& button = *OneOf(buttons);
+    ClickOn(button, button.rect().center(), Qt::LeftButton, 1);
 }
 
 /// The one dialog that could do harm outside of the project.
