@@ -9,7 +9,7 @@ build_packages=(
     g++ cmake ninja-build pkg-config
     libavformat-dev libavcodec-dev libavutil-dev libswresample-dev libswscale-dev
     libopus-dev libdeflate-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libgtest-dev
-    qt6-base-dev qt6-svg-dev qt6-translations-l10n libcubeb-dev
+    qt6-base-dev qt6-svg-dev qt6-webengine-dev qt6-translations-l10n libcubeb-dev
 )
 test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core pulseaudio
     fonts-wqy-microhei xvfb openbox xdotool dbus-daemon at-spi2-core gir1.2-atspi-2.0 python3-gi python3-numpy)

@@ -52,8 +52,8 @@ report 'No line "SPDX-License-Identifier: GPL-3.0-or-later" among the first five
 culprits=$(includes '[<"](libav[a-z]+/|libsw[a-z]+/|opus[a-z_]*[/.]|libdeflate\.h)' '(src|tests)/qvlib/|tests/support/')
 report 'Codec headers belong to src/qvlib alone:' "$culprits"
 
-culprits=$(includes '<(Q[A-Za-z0-9]+(/[A-Za-z0-9]+)?|q[a-z0-9]+\.h)>' '(src|tests)/(ui|app)/|benchmarks/Paint')
-report 'Qt headers belong to src/ui and src/app alone:' "$culprits"
+culprits=$(includes '<(Q[A-Za-z0-9]+(/[A-Za-z0-9]+)?|q[a-z0-9]+\.h)>' '(src|tests)/(ui|app|web)/|benchmarks/Paint')
+report 'Qt headers belong to src/ui, src/web and src/app alone:' "$culprits"
 
 culprits=$(includes '"([^"]*/)?\.\./' 'none/')
 report 'An include that climbs with ".." passes by the doors of the rooms:' "$culprits"

@@ -70,6 +70,22 @@ struct TrackMenu {
     bool hasSetVol = false;
 };
 
+/// Points of the browser pane, from its upper left corner.
+struct PageRect {
+    int left = 0;
+    int top = 0;
+    int width = 0;
+    int height = 0;
+
+    friend bool operator==(const PageRect&, const PageRect&) = default;
+};
+
+/// The files of frmThumbnail: what the user is to choose between.
+struct ThumbnailChoice {
+    std::filesystem::path present;  ///< need not be there
+    std::filesystem::path fresh;
+};
+
 /// The editor's window as the logic knows it: what is enabled, what stands where, what the texts say. Logic writes; a
 /// window shows it, a script prints it. Pixels count from the left end of the 16383 pixels of a canvas, at one pixel of
 /// the viewport each.
@@ -116,6 +132,12 @@ public:
         std::function<void()> showSetVol;  ///< frmWaveSegVol, modal; in and out by EditorState::gVolDialogValue
         std::function<void(const std::string& message)> showMsgLink;  ///< frmMsgLink, modal
         std::function<void(const std::string& file)> navigate;  ///< shows a file in the browser pane; "" the blank page
+        std::function<PageRect()> pageRect;                     ///< all of the browser pane
+        /// Writes what a part of the browser pane shows as a BMP file. @returns whether it is there
+        std::function<bool(const PageRect& part, const std::filesystem::path& bmp)> grabPage;
+        std::function<bool(const ThumbnailChoice&)>
+            showThumbnail;  ///< frmThumbnail, modal; whether the new one is wanted
+        std::function<void()> thumbnailsChanged;
     };
     Face face;
 

@@ -37,7 +37,7 @@ Editor::Editor(EditorState& state, qv::Engine& engine, qv::IPlayer& player, modM
             check, ports.frmProgress, ports.frmCreateThumb, ports.openMediaFile},
       sampler(media),
       transport(edit, player),
-      slideView(edit, transport),
+      slideView(edit, transport, *engine.lib),
       recorder(media, ports.capture, ports.frmRecAudio),
       ports_(std::move(ports)) {
     edit.sampler = &sampler;

@@ -2,14 +2,20 @@
 #include "playback/SlideView.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <iostream>
 
 #include "base/Trapped.h"
 #include "editing/Layout.h"
 #include "editing/SlideTimeline.h"
+#include "playback/PageFiles.h"
 
 namespace mirrane {
+
+namespace {
+
+constexpr std::uint32_t kThumbnailWaitMs = 1000;
+
+}  // namespace
 
 void SlideView::LoadSlide(std::int32_t index, WhileBusy whileBusy) {
     TrappedVoid(ctx_.world(), "LoadSlide", [this, index, whileBusy] {
@@ -18,6 +24,7 @@ void SlideView::LoadSlide(std::int32_t index, WhileBusy whileBusy) {
         const bool isRefused = state.busyDepth > 0 && whileBusy == WhileBusy::Refuse;
         if (state.gIsSeeking || isRefused || state.gGrid.Rows() == 0) return;
         ctx_.form.TmrFrame = false;
+        DropPage();
         modLayout::CancelDrag(ctx_);
         const std::int32_t slide = std::clamp(index, 1, state.gGrid.Rows());
         state.gGrid.SelectedRow(slide);
@@ -56,7 +63,43 @@ void SlideView::ShowWebSlide(std::int32_t index) {
 void SlideView::ie_DocumentComplete() {
     if (ctx_.state.isClosing || !ctx_.form.mIsWebSlide) return;
     ctx_.form.isPlayerVisible = false;
+    isPageThere_ = true;
+    tmrThumbnail_ = ctx_.world().clock.TickMs();
     ctx_.form.Changed();
+}
+
+void SlideView::ie_NavigateError() {
+    DropPage();
+    ctx_.form.Changed();
+}
+
+void SlideView::DropPage() {
+    isPageThere_ = false;
+    tmrThumbnail_.reset();
+}
+
+void SlideView::tmrThumbnail_Timer() {
+    if (ctx_.state.isClosing || !tmrThumbnail_) return;
+    if (ctx_.world().clock.TickMs() - *tmrThumbnail_ < kThumbnailWaitMs) return;
+    tmrThumbnail_.reset();
+    CaptureWebThumbnail(Force::No);
+}
+
+bool SlideView::canCapture() const {
+    return isPageThere_ && !ctx_.state.isClosing && !ctx_.state.gGrid.GetUrl(ctx_.curSlide()).empty();
+}
+
+void SlideView::CaptureWebThumbnail(Force force) {
+    if (!canCapture()) return;
+    try {
+        mirrane::CaptureWebThumbnail(ctx_, lib_, force);
+    } catch (const std::exception& failure) {
+        // Nobody has asked for the first one, so nobody is to be held up by it.
+        if (force == Force::No)
+            std::cerr << "tmrThumbnail_Timer: " << ErrorText(failure) << '\n';
+        else
+            ReportStepError(ctx_.world(), ErrorText(failure), "CaptureWebThumbnail");
+    }
 }
 
 void SlideView::Navigate(const std::string& file) const {
@@ -68,12 +111,6 @@ void SlideView::EnableEditing(bool on) {
                                   Control::cmdRecAudio, Control::cmdVolUp, Control::cmdVolDown, Control::cmdZoomIn,
                                   Control::cmdZoomOut, Control::imgRulerPad, Control::imgTrackPanel})
         ctx_.form.Enable(control, on);
-}
-
-bool IsInProject(const std::string& url) {
-    const std::filesystem::path path(url);
-    const bool hasScheme = url.substr(0, url.find('/')).find(':') != std::string::npos;
-    return !path.is_absolute() && !hasScheme && std::find(path.begin(), path.end(), "..") == path.end();
 }
 
 }  // namespace mirrane

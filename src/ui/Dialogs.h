@@ -24,6 +24,10 @@ void ShowSetVol(EditorState& state, const WordsOfForms& words, QWidget* parent);
 /// @param address opened by the desktop; empty: no link
 void ShowMsgLink(const QString& message, const QUrl& address, const WordsOfForms& words, QWidget* parent);
 
+/// frmThumbnail, "Thumbnail": shows the present small picture of a page beside the new one, modally on a window.
+/// @returns whether the new one is wanted
+[[nodiscard]] bool ShowThumbnail(const ThumbnailChoice& choice, const WordsOfForms& words, QWidget* parent);
+
 /// frmMixSetPos: modeless; the window shows it as long as MainForm::isSetPosOpen says so. When the user closes it, it
 /// tells MainForm, from inside itself: whoever takes it away then uses deleteLater.
 class SetPosDialog final : public QDialog {

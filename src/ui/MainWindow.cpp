@@ -27,9 +27,9 @@
 #include "ui/Dialogs.h"
 #include "ui/EditorToolBar.h"
 #include "ui/Icons.h"
-#include "ui/PictureView.h"
 #include "ui/RecAudioDialog.h"
 #include "ui/SlideListWidget.h"
+#include "ui/SlidePane.h"
 #include "ui/TimelineView.h"
 #include "ui/TransportBar.h"
 
@@ -145,7 +145,7 @@ private:
     EditorToolBar* toolBar_ = nullptr;
     QSplitter* leftRight_ = nullptr;
     SlideListWidget* list_ = nullptr;
-    PictureView* picture_ = nullptr;
+    SlidePane* slide_ = nullptr;
     TransportBar* transport_ = nullptr;
     TimelineView* timeline_ = nullptr;
     std::unique_ptr<JobDialog> progressDialog_;
@@ -210,6 +210,8 @@ EditorPorts MainWindow::Impl::Ports() {
 
 void MainWindow::Impl::Wire() {
     form_.face.changed = [this] { OnChanged(); };
+    form_.face.thumbnailsChanged = [this] { list_->ReloadThumbs(); };
+    list_->OfferThumbnail(Word(kForm, "mnuThumbnail"), editor_.slideView);
     form_.face.popUpTrackMenu = [this](const TrackMenu& menu) { timeline_->PopUpTrackMenu(menu); };
     form_.face.showSetVol = [this] {
         ShowSetVol(
@@ -221,7 +223,7 @@ void MainWindow::Impl::Wire() {
             [this](const char* form, const char* key) { return Word(form, key); }, &window_);
     };
     parts_.state.waveViews.Face(timeline_);
-    parts_.player.OnPicture([this](const qv::ShownPicture& picture) { picture_->Show(picture); });
+    parts_.player.OnPicture([this](const qv::ShownPicture& picture) { slide_->Picture().Show(picture); });
     parts_.user.SetWindow(&window_);
 }
 
@@ -237,8 +239,7 @@ void MainWindow::Impl::BuildPanes() {
     const auto words = [this](const char* key) { return Word(kForm, key); };
     list_ = new SlideListWidget(editor_.edit);
     list_->setAccessibleName(words("ListView"));
-    picture_ = new PictureView;
-    picture_->setAccessibleName(words("picVideo"));
+    slide_ = new SlidePane(editor_, [this](const char* form, const char* key) { return Word(form, key); });
     transport_ = new TransportBar(editor_.edit, editor_.transport, icons_, words);
     timeline_ = new TimelineView(editor_.edit,
                                  {.importAudio = [this] { modAudioImport::cmdImportAudio_Click(editor_.media); },
@@ -250,7 +251,7 @@ void MainWindow::Impl::BuildPanes() {
     auto* column = new QVBoxLayout(player);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
-    column->addWidget(picture_, 1);
+    column->addWidget(slide_, 1);
     column->addWidget(transport_);
     leftRight_ = new QSplitter(Qt::Horizontal);
     leftRight_->addWidget(list_);
@@ -283,6 +284,7 @@ void MainWindow::Impl::StartTimers() {
         // Nobody wants another slide behind a question.
         if (QApplication::activeModalWidget() == nullptr) editor_.transport.TmrFrame_Timer();
     });
+    Every(kFrameInterval, [this] { editor_.slideView.tmrThumbnail_Timer(); });
     Every(kTouchInterval, [this] { editor_.tmrTouchReg_Timer(); });
 }
 
@@ -316,12 +318,7 @@ void MainWindow::Impl::Refresh() {
         FollowEnabled(*list_, form_, Control::ListView);
     });
     list_->Refresh();
-    picture_->SetPhoto(form_.photo ? QFile::decodeName(form_.photo->c_str()) : QString());
-    const QString note = form_.lSeek ? Word(kForm, "lSeek") : QString();
-    picture_->SetNote(note);
-    picture_->setAccessibleDescription(note);
-    picture_->SetTitle(form_.mIsWebSlide ? QString::fromStdString(parts_.state.gGrid.GetTitle(editor_.edit.curSlide()))
-                                         : QString());
+    slide_->Refresh();
     timeline_->Refresh();
     FollowSetPos();
 }
@@ -375,7 +372,7 @@ void MainWindow::Impl::ReloadIcons() {
 bool MainWindow::Impl::PressKey(const QKeyEvent& key) {
     const Command command = CommandOf(key);
     const QWidget* focus = window_.focusWidget();
-    if (command == Command::None || IsTextField(focus)) return false;
+    if (slide_->TakesKey(key) || command == Command::None || IsTextField(focus)) return false;
     // A button that was reached by the keyboard is pressed by it.
     if (command == Command::Play && qobject_cast<const QAbstractButton*>(focus) != nullptr) return false;
     if (key.isAutoRepeat() && command != Command::Undo && command != Command::Redo) return true;

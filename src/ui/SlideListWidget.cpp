@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ui/SlideListWidget.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
 #include <QFile>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QStyledItemDelegate>
@@ -157,6 +160,27 @@ void SlideListWidget::FillRows() {
 void SlideListWidget::ReloadThumbs() {
     thumbs_.clear();
     viewport()->update();
+}
+
+void SlideListWidget::OfferThumbnail(const QString& mnuThumbnail, SlideView& slideView) {
+    slideView_ = &slideView;
+    mnuThumbnail_ = new QAction(mnuThumbnail, this);
+    mnuThumbnail_->setObjectName("mnuThumbnail");
+    connect(mnuThumbnail_, &QAction::triggered, this, [this] {
+        if (ctx_.isIdle()) slideView_->CaptureWebThumbnail(Force::Yes);
+    });
+}
+
+void SlideListWidget::contextMenuEvent(QContextMenuEvent* event) {
+    const bool isKeyboard = event->reason() == QContextMenuEvent::Keyboard;
+    const int row = 1 + (isKeyboard ? currentRow() : indexAt(event->pos()).row());
+    if (mnuThumbnail_ == nullptr || row == 0 || ctx_.state.gGrid.GetUrl(row).empty()) return;
+    mnuThumbnail_->setEnabled(row == ctx_.curSlide() && slideView_->canCapture() && ctx_.isIdle());
+    const QPoint middle = viewport()->mapToGlobal(visualItemRect(item(row - 1)).center());
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(mnuThumbnail_);
+    menu->popup(isKeyboard ? middle : event->globalPos());
 }
 
 std::filesystem::path SlideListWidget::ThumbOf(int row) const {

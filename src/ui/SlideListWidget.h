@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "editing/EditContext.h"
+#include "playback/SlideView.h"
 
 namespace mirrane {
 
@@ -24,8 +25,12 @@ public:
     void Refresh();
     /// The small pictures may have been made anew.
     void ReloadThumbs();
+    /// Offers to capture a page, in the menu of the row of the slide that is one.
+    /// @param slideView outlives this
+    void OfferThumbnail(const QString& mnuThumbnail, SlideView& slideView);
 
 protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -38,7 +43,9 @@ private:
     QHash<QString, QImage> thumbs_;
     bool isStale_ = true;        ///< the table has changed since its rows were filled in
     bool isTakeWanted_ = false;  ///< TakeSelection is on its way
-    int shown_ = 0;              ///< the current row that was scrolled to last
+    QAction* mnuThumbnail_ = nullptr;
+    SlideView* slideView_ = nullptr;
+    int shown_ = 0;  ///< the current row that was scrolled to last
 };
 
 }  // namespace mirrane

@@ -7,12 +7,16 @@
 #include "base/Text.h"
 #include "doubles/Editing.h"
 #include "doubles/Player.h"
+#include "doubles/QvLib.h"
+#include "playback/PageFiles.h"
 #include "playback/SlideListView.h"
 #include "playback/SlideView.h"
 #include "playback/Transport.h"
 #include "support/Basics.h"
 
 namespace mirrane {
+
+using std::filesystem::path;
 
 /// What is done, and what is seen then: see Playing::Do.
 using Deed = std::pair<const char*, const char*>;
@@ -58,7 +62,8 @@ struct Playing : doubles::Editing {
     std::deque<std::function<void()>> events;
     std::string browsed;
     Transport transport{ctx, player};
-    SlideView view{ctx, transport};
+    doubles::QvLib lib;
+    SlideView view{ctx, transport, lib};
 };
 
 TEST(Transport, SeeksLandOnTheGridInsideTheSlide) {
@@ -129,8 +134,125 @@ TEST(SlideView, AWebPageHasNoTime) {
     EXPECT_EQ(playing.browsed, "</p/a.html><>");
     const BusyHold job(playing.state);
     playing.Expect({{"load2", "1 0:00:00.0 / 0:01:04.0"}});
+}
+
+TEST(PageFiles, OpenWhatLiesInsideOnceAllLinksAreFollowed) {
+    const path base = support::TestFolder();
+    for (const char* folder : {"project/html", "program/help", "projects"}) create_directories(base / folder);
+    for (const char* file : {"out", "project/html/a:b..htm", "program/res.xml", "program/qvblank.html",
+                             "program/help/index.html", "projects/a"})
+        Disk().Write(base / file, file);
+    create_symlink("html/a:b..htm", base / "project/near");
+    create_symlink(base / "out", base / "project/far");
+    create_symlink(base / "projects", base / "project/beside");
+    create_directory_symlink(base / "project", base / "linked");
+    support::Output("mkfifo " + support::Quoted(base / "project/pipe"));
+    const PageFiles files(base / "linked", base / "program");
+    const auto opens = [&](const path& file) {
+        const auto place = files.PlaceOf(base / file);
+        return place && files.Open(*place);
+    };
+    for (const char* file : {"linked/html/a:b..htm", "linked/near", "program/qvblank.html"})
+        EXPECT_TRUE(opens(file)) << file;
+    for (const char* file : {"linked/far", "linked/beside/a", "linked/pipe", "linked/html", "linked/none", "projects/a",
+                             "program/res.xml", "program/help/index.html", "out", "linked/../out", "/etc/passwd"})
+        EXPECT_FALSE(opens(file)) << file;
+    EXPECT_FALSE(files.Open({PagePlace::Root::Project, "../out"}) ||
+                 files.Open({PagePlace::Root::Project, "/etc/passwd"}));
     for (const char* outside : {"/etc/passwd", "http://a/b", "html/../../a"}) EXPECT_FALSE(IsInProject(outside));
     EXPECT_TRUE(IsInProject("html1/a:b..htm"));
+}
+
+/// A page of slide 3 in a real folder, and a browser that notes what it was asked to grab.
+struct WebThumbnail : testing::Test, Playing {
+    WebThumbnail() {
+        state.gProjectFolder = support::TestFolder();
+        create_directory(state.gProjectFolder / "html");
+        state.gGrid.Clear();
+        for (const char* url : {"", "html/a.html", "other/b.html"})
+            state.gGrid.Append("t", url[0] == 0 ? "0" : "-1", "", url);
+        BuildSlideList(state.gSlideList, state.gGrid);
+        form.face.pageRect = [] { return PageRect{0, 0, 800, 600}; };
+        form.face.grabPage = [this](const PageRect& part, const path& bmp) {
+            told += std::to_string(part.left) + "," + std::to_string(part.top) + " " + std::to_string(part.width) +
+                    "x" + std::to_string(part.height) + " ";
+            Disk().Write(bmp, "page");
+            Disk().Write(path(bmp).replace_extension(".jpg"), "small page");  // as the engine will
+            return true;
+        };
+        form.face.showThumbnail = [this](const ThumbnailChoice& choice) {
+            told += ReadFile(choice.present) + "/" + ReadFile(choice.fresh) + " ";
+            return isWanted;
+        };
+        form.face.thumbnailsChanged = [this] { told += "changed "; };
+    }
+    /// Shows a slide, whose page comes, and waits. @returns what was grabbed
+    std::string Visit(std::int32_t slide, std::uint32_t wait = 1000) {
+        view.LoadSlide(slide, WhileBusy::Refuse);
+        view.ie_DocumentComplete();
+        lecture.world.clock.ticks += wait;
+        view.tmrThumbnail_Timer();
+        return std::exchange(told, {});
+    }
+    path Thumb(const char* name) const { return state.gProjectFolder / "thumbnails" / name; }
+
+    std::string told;
+    bool isWanted = true;
+};
+
+TEST_F(WebThumbnail, IsMadeOnceASecondAfterThePageOfTheRowHasCome) {
+    EXPECT_EQ(Visit(2, 999), "");
+    EXPECT_EQ(Visit(3), "2,2 796x596 changed ");
+    EXPECT_TRUE(!FileExists(Thumb("html.jpg")) && ReadFile(Thumb("other.jpg")) == "small page");
+    EXPECT_EQ(Visit(3), "");
+    EXPECT_EQ(Visit(2), "2,2 796x596 changed ");
+    EXPECT_FALSE(FileExists(Thumb("temp.jpg")) || FileExists(Thumb("temp.bmp")));
+    remove(Thumb("html.jpg"));
+    view.LoadSlide(2, WhileBusy::Refuse);
+    view.ie_DocumentComplete();
+    view.ie_NavigateError();
+    EXPECT_FALSE(view.canCapture());
+    lecture.world.clock.ticks += 1000;
+    view.tmrThumbnail_Timer();
+    lecture.world.disk.failAt = 1;
+    lecture.world.disk.failsFromThenOn = true;
+    EXPECT_EQ(Visit(2), "2,2 796x596 ");
+    EXPECT_FALSE(FileExists(Thumb("html.jpg")));
+    EXPECT_EQ(user.Told(), "");
+}
+
+TEST_F(WebThumbnail, IsReplacedOnlyByOneThatTheUserWants) {
+    (void)Visit(2);
+    Disk().Write(Thumb("html.jpg"), "old");
+    isWanted = false;
+    for (const char* left : {"old", "small page"}) {
+        view.CaptureWebThumbnail(Force::Yes);
+        EXPECT_EQ(ReadFile(Thumb("html.jpg")), left);
+        EXPECT_FALSE(FileExists(Thumb("temp.jpg")));
+        isWanted = true;
+    }
+    EXPECT_EQ(told, "2,2 796x596 old/small page 2,2 796x596 old/small page changed ");
+    view.LoadSlide(1, WhileBusy::Refuse);
+    view.CaptureWebThumbnail(Force::Yes);
+    EXPECT_EQ(std::exchange(told, {}), "2,2 796x596 old/small page 2,2 796x596 old/small page changed ");
+}
+
+TEST_F(WebThumbnail, ShowsALessonAtItsOwnSize) {
+    struct Case {
+        const char* facts;
+        const char* part;
+    };
+    const path folder = state.gProjectFolder / "html";
+    Disk().Write(folder / "player.swf", "");
+    for (const auto& [facts, part] : {Case{"<v><width>320</width><height>240</height></v>", "242,152 316x236 changed "},
+                                      {"<width>320<height>0</height>", "2,2 796x596 changed "},
+                                      {"<width>99999</width><height>240</height>", "2,2 796x596 changed "},
+                                      {"<width>900</width><height>700", "2,2 796x596 changed "},
+                                      {"<width>900</width><height>700<", "0,0 800x600 changed "}}) {
+        Disk().Write(folder / "video.xml", facts);
+        EXPECT_EQ(Visit(2), part) << facts;
+        remove(Thumb("html.jpg"));
+    }
 }
 
 TEST(SlideListView, NavigatesWithoutEverLosingItsSelection) {

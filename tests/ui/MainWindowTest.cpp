@@ -8,23 +8,30 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QStackedLayout>
 #include <QTimer>
 #include <QToolButton>
 
 #include "WindowOnProject.h"
 #include "editing/Commands.h"
 #include "frame/TwoSlides.h"
-#include "ui/PictureView.h"
 #include "ui/ProgSlider.h"
 #include "ui/SlideListWidget.h"
+#include "ui/SlidePane.h"
 
 namespace mirrane {
 
 using std::filesystem::path;
 
-/// The window on a project of two slides of 3 s.
+/// The window on a project of two slides of 3 s, a page, and one that is not there.
 struct MainWindowOnSlides : testing::Test {
     MainWindowOnSlides() : project(MakeTwoSlides(base)) {
+        const std::string row = "<item><title>t</title><recdate>d</recdate><pos>-1</pos><url>";
+        const std::string rows = row + "html/a.html</url></item>" + row + "none/a.html</url></item>";
+        const path document = project / "project.qvp";
+        Disk().Write(document, ReplaceAll(ReadFile(document), "</index>", rows + "</index>"));
+        create_directory(project / "html");
+        Disk().Write(project / "html/a.html", "<p>Page</p>");
         on = std::make_unique<WindowOnProject>(project, base / "temp");
     }
 
@@ -79,7 +86,7 @@ TEST_F(MainWindowOnSlides, FollowsTheListPlaysUndoesAndSaves) {
     EXPECT_EQ(on->window->focusWidget(), &Find<QWidget>("ListView"));
     Choose(2);
     EXPECT_EQ(on->state.gGrid.CurrIndex(), 2);
-    EXPECT_TRUE(!Find("cmdNext").isEnabled() && Find("cmdPrev").isEnabled());
+    EXPECT_TRUE(Find("cmdNext").isEnabled() && Find("cmdPrev").isEnabled());
     EXPECT_EQ(Find("lPlayInfo").text(), "0:00:00.0 / 0:00:03.0");
     EXPECT_EQ(on->window->focusWidget(), &Find<QWidget>("ListView"));
     const QString play = Find("cmdPlay").text();
@@ -148,6 +155,39 @@ TEST_F(MainWindowOnSlides, LeavesOutTheWordsOfTheToolBarWhereItIsNarrow) {
     QHelpEvent help(QEvent::ToolTip, {5, 5}, lecture.mapToGlobal(QPoint(5, 5)));
     QApplication::sendEvent(&lecture, &help);
     EXPECT_EQ(lecture.toolTip(), QString(200, 'm'));
+}
+
+TEST_F(MainWindowOnSlides, ShowsPagesInPlaceOfThePicture) {
+    auto& slide = Find<SlidePane>("slidePane");
+    auto& ie = Find<QWidget>("ie");
+    EXPECT_EQ(ie.findChild<QWidget*>(), nullptr);
+    SplitAt(1000);
+    Choose(3);
+    on->Settle([this] { return !on->window->TheEditor().form.isPlayerVisible; });
+    EXPECT_EQ(Find<QStackedLayout>("slideStack").currentWidget(), &ie);
+    EXPECT_TRUE(ie.isEnabled() && on->window->focusWidget() != nullptr && ie.isAncestorOf(on->window->focusWidget()));
+    EXPECT_FALSE(Find("cmdPlay").isEnabled() || Find<QAbstractButton>("cmdImportAudio").isEnabled());
+    EXPECT_EQ(Find("lPlayInfo").text(), " --:--:-- / --:--:--");
+    const path thumb = project / "thumbnails/html.jpg";
+    on->doubled.clock.ticks += 1000;
+    on->Settle([&thumb] { return FileExists(thumb); });
+    const QImage small(QString::fromStdString(thumb.string()));
+    EXPECT_TRUE(small.width() == 160 || small.height() == 120) << small.width() << "x" << small.height();
+
+    Press(Qt::Key_Z, Qt::ControlModifier);  // of another slide, which is shown for it
+    EXPECT_TRUE(on->state.gGrid.CurrIndex() == 1 && Segments() == 1 && !ie.isEnabled());
+    Choose(4);
+    on->Settle([&] { return slide.HasFailed(); });
+    EXPECT_FALSE(!slide.HasFailed() || ie.isEnabled() || Find("cmdNext").isEnabled());
+    Choose(3);
+    on->Settle([&ie] { return ie.isEnabled(); });
+    Press(Qt::Key_F6);
+    EXPECT_EQ(on->window->focusWidget(), &Find<QWidget>("ListView"));
+    Choose(2);
+    EXPECT_TRUE(Find("cmdPlay").isEnabled() && !ie.isEnabled());
+    Choose(3);
+    on->window->close();
+    EXPECT_EQ(on->ends, "closed ");
 }
 
 TEST_F(MainWindowOnSlides, AsksBeforeItClosesWithUnsavedWork) {
