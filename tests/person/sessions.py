@@ -174,15 +174,14 @@ def set_volume_by_hand(bench, editor):
 
 
 def save_by_hand(bench, editor):
-    key("ctrl+s")
-    editor.find("dialog", word("msgSaveProj"))
+    job = begin_save(editor)
     bench.desk.show("save")
-    editor.gone("dialog", word("msgSaveProj"))
-    editor.until(lambda: not editor.is_on("push button", word("ToolbarSave")), "saved")
+    editor.until(lambda: not job & windows(), "the save's end")
+    editor.settled()
+    assert not editor.is_on("push button", word("ToolbarSave")), "not saved"
 
 
 def leave_by_hand(bench, editor):
-    editor.settled()
     editor.press("push button", word("tipVolUp"))
     editor.until(lambda: "125 %" in editor.segments()[0], "louder")
     editor.settled()
