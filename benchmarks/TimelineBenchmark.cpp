@@ -122,6 +122,8 @@ public:
     void ExecStop(StopAt /*where*/) override {}
     void qvSeekTo(Ms /*ms*/) override {}
     void SeekInSlide(Ms /*ms*/) override {}
+    void SetPosInfo(Ms /*ms*/) override {}
+    void SetMuted(bool /*on*/) override {}
     void SetToolbar() override {}
     void LoadSlide(std::int32_t /*index*/, WhileBusy /*whileBusy*/) override {}
     void PostUnload() override {}
