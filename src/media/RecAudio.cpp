@@ -99,7 +99,7 @@ void RecAudio::tmrRecording_Timer() {
 
 /// The worst first.
 std::string RecAudio::AdviceFor(const qv::CaptureState& state) const {
-    if (const std::string failure = Failure(ctx_.world(), state); !failure.empty()) return failure;
+    if (std::string failure = Failure(ctx_.world(), state); !failure.empty()) return failure;
     if (isOverloaded_) return Word("lOverload");
     if (state.framesLost > 0) return Word("lTooSlow");
     if (state.digitalSilence >= kQuietMs) return Word("lNoSignal");

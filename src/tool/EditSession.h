@@ -96,7 +96,7 @@ public:
     [[nodiscard]] mirrane::EditorState& State() { return state_; }
     [[nodiscard]] qv::IPlayer& Player() { return *player_; }
     /// Of a recording of any kind, ms. @throws std::runtime_error
-    [[nodiscard]] mirrane::Ms LengthOf(const std::filesystem::path& recording) {
+    [[nodiscard]] mirrane::Ms LengthOf(const std::filesystem::path& recording) const {
         return engine_.recordings->Probe(recording).duration;
     }
 

@@ -14,15 +14,15 @@ namespace {
 using namespace std::chrono_literals;
 
 /// A disk may keep the recorder waiting for so long before anything is lost.
-constexpr std::size_t kRingFrames = 15 * kSampleRate;
+constexpr std::size_t kRingFrames = std::size_t{15} * kSampleRate;
 constexpr std::size_t kBlockFrames = 4096;
 constexpr auto kLookEvery = 20ms;
 /// What is kept of the sound before a take, since it may begin a little before what has come in.
-constexpr std::int64_t kKeptFrames = 500 * kSamplesPerMs;
+constexpr std::int64_t kKeptFrames = std::int64_t{500} * kSamplesPerMs;
 /// So long the line is watched behind the begin of a take before it is told which frame the first one is.
 constexpr auto kWatchedFirst = 400ms;
 /// A line that is slow to begin is made up for by so much at most.
-constexpr std::int64_t kLongestSilence = 10 * kSampleRate;
+constexpr std::int64_t kLongestSilence = std::int64_t{10} * kSampleRate;
 /// The end of a take that has not come in by then does not come any more.
 constexpr auto kPatience = 2s;
 
