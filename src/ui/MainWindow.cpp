@@ -68,8 +68,10 @@ Command CommandOf(const QKeyEvent& key) {
     }
 }
 
+/// A text that can be typed into; one that is only read, like a page, has no use for the program's keys.
 bool IsTextField(const QWidget* widget) {
-    return qobject_cast<const QLineEdit*>(widget) != nullptr || qobject_cast<const QTextEdit*>(widget) != nullptr ||
+    const auto* text = qobject_cast<const QTextEdit*>(widget);
+    return qobject_cast<const QLineEdit*>(widget) != nullptr || (text != nullptr && !text->isReadOnly()) ||
            qobject_cast<const QPlainTextEdit*>(widget) != nullptr;
 }
 
