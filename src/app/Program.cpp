@@ -32,11 +32,6 @@ void CheckParts(const std::filesystem::path& programFolder) {
     }
 }
 
-[[noreturn]] void EndNow() {
-    std::cerr.flush();
-    std::_Exit(EXIT_SUCCESS);
-}
-
 std::unique_ptr<qv::IPlayer> MakePlayer() {
     const auto post = [](std::function<void()> later) {
         QMetaObject::invokeMethod(qApp, std::move(later), Qt::QueuedConnection);
@@ -69,6 +64,12 @@ void Program::Terminate() {
     if (window_ == nullptr) EndNow();
     user_.Leave();
     window_->TheEditor().Terminate();
+}
+
+void Program::EndNow() {
+    settings_.Flush();
+    std::cerr.flush();
+    std::_Exit(EXIT_SUCCESS);
 }
 
 void Program::ShowStartPage() {
@@ -105,7 +106,7 @@ bool Program::OpenProject(const std::string& folder) {
 
 void Program::ShowEditor() {
     window_ = std::make_unique<mirrane::MainWindow>(mirrane::WindowParts{
-        state_, engine_, *player_, *capture_, check_, user_, [] { EndNow(); }, [] { QApplication::quit(); }});
+        state_, engine_, *player_, *capture_, check_, user_, [this] { EndNow(); }, [] { QApplication::quit(); }});
     window_->Open();
 }
 

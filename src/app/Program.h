@@ -38,6 +38,8 @@ private:
     /// Opens a project's folder with all checks. @returns whether it may be edited
     bool OpenProject(const std::string& folder);
     void ChooseProject();
+    /// Leaves nothing behind but what is on its way to the settings.
+    [[noreturn]] void EndNow();
 
     CommandLine line_;
     mirrane::Disk disk_;

@@ -13,8 +13,8 @@
 
 namespace mirrane {
 
-/// The settings that the programs of the suite share: section and key to text. A value is written at once, since other
-/// programs read it; what cannot be written is lost without a word.
+/// The settings that the programs of the suite share: section and key to text. A value is written soon, since other
+/// programs read it, and is read back at once; what cannot be written is lost without a word.
 class ISettings {
 public:
     virtual ~ISettings() = default;

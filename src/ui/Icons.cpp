@@ -17,22 +17,26 @@ namespace {
 
 using Drawing = std::shared_ptr<QSvgRenderer>;
 
-/// A drawing that is rendered anew for each size, so that no scale blurs it.
-class DrawingEngine final : public QIconEngine {
+/// What is painted anew for each size, so that no scale blurs it.
+class SharpEngine : public QIconEngine {
+public:
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) final {
+        QPixmap picture(size);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        paint(&painter, picture.rect(), mode, state);
+        return picture;
+    }
+};
+
+/// A drawing of the program's own.
+class DrawingEngine final : public SharpEngine {
 public:
     DrawingEngine(Drawing normal, Drawing disabled) : normal_(std::move(normal)), disabled_(std::move(disabled)) {}
 
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State /*state*/) override {
         const Drawing& drawing = mode == QIcon::Disabled ? disabled_ : normal_;
         drawing->render(painter, rect);
-    }
-
-    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
-        QPixmap picture(size);
-        picture.fill(Qt::transparent);
-        QPainter painter(&picture);
-        paint(&painter, picture.rect(), mode, state);
-        return picture;
     }
 
     [[nodiscard]] QIconEngine* clone() const override { return new DrawingEngine(normal_, disabled_); }
@@ -43,7 +47,7 @@ private:
 };
 
 /// A symbol of the desktop's theme, filled with a colour.
-class SymbolEngine final : public QIconEngine {
+class SymbolEngine final : public SharpEngine {
 public:
     SymbolEngine(QIcon symbol, QColor normal, QColor disabled)
         : symbol_(std::move(symbol)), normal_(normal), disabled_(disabled) {}
@@ -57,14 +61,6 @@ public:
         QRectF place(QPointF(), filled.deviceIndependentSize());
         place.moveCenter(QRectF(rect).center());
         painter->drawPixmap(place.topLeft(), filled);
-    }
-
-    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
-        QPixmap picture(size);
-        picture.fill(Qt::transparent);
-        QPainter painter(&picture);
-        paint(&painter, picture.rect(), mode, state);
-        return picture;
     }
 
     [[nodiscard]] QIconEngine* clone() const override { return new SymbolEngine(symbol_, normal_, disabled_); }

@@ -17,9 +17,12 @@ QString Name(const std::string& section, const std::string& key) { return QStrin
 }  // namespace
 
 IniSettings::IniSettings(const std::filesystem::path& file)
-    : file_(QFile::decodeName(file.c_str()), QSettings::IniFormat) {}
+    : file_(QFile::decodeName(file.c_str()), QSettings::IniFormat) {
+    writer_.setMaxThreadCount(1);  // writes are in their order
+}
 
 std::optional<std::string> IniSettings::Get(const std::string& section, const std::string& key) {
+    Flush();
     file_.sync();
     const QVariant value = file_.value(Name(section, key));
     if (!value.isValid()) return std::nullopt;
@@ -28,9 +31,14 @@ std::optional<std::string> IniSettings::Get(const std::string& section, const st
 }
 
 void IniSettings::Set(const std::string& section, const std::string& key, const std::string& value) {
-    file_.setValue(Name(section, key), QString::fromStdString(value));
-    file_.sync();
+    writer_.start([path = file_.fileName(), name = Name(section, key), text = QString::fromStdString(value)] {
+        QSettings file(path, QSettings::IniFormat);
+        file.setValue(name, text);
+        file.sync();
+    });
 }
+
+void IniSettings::Flush() { writer_.waitForDone(); }
 
 std::filesystem::path SettingsFile(IHost& host) { return InFolder(ConfigFolder(host), "Tallowin5.ini"); }
 

@@ -41,8 +41,8 @@ QColor Mixed(const QColor& one, const QColor& other) {
 /// A slide as a card: picture left, number and title beside it, the length below.
 class SlideDelegate final : public QStyledItemDelegate {
 public:
-    /// @param thumbs by their files, those that were needed so far; outlives this
-    SlideDelegate(QHash<QString, QImage>& thumbs, QObject* parent) : QStyledItemDelegate(parent), thumbs_(thumbs) {}
+    /// @param thumbs outlives this
+    SlideDelegate(Thumbs& thumbs, QObject* parent) : QStyledItemDelegate(parent), thumbs_(thumbs) {}
 
     [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& /*index*/) const override {
         const int text = kTextLines * option.fontMetrics.lineSpacing();
@@ -69,10 +69,7 @@ public:
 
 private:
     void PaintThumb(QPainter& painter, const QRect& place, const QModelIndex& index, const QColor& frame) const {
-        const QString file = index.data(kThumbFile).toString();
-        auto thumb = thumbs_.constFind(file);
-        if (thumb == thumbs_.constEnd()) thumb = thumbs_.insert(file, QImage(file));
-        const QImage& image = *thumb;
+        const QImage image = thumbs_.Of(index.data(kThumbFile).toString());
         QRect shown = place;
         if (!image.isNull()) {
             shown.setSize(image.size().scaled(place.size(), Qt::KeepAspectRatio));
@@ -100,12 +97,13 @@ private:
         painter.drawText(place, Qt::AlignLeft | Qt::AlignBottom, length);
     }
 
-    QHash<QString, QImage>& thumbs_;
+    Thumbs& thumbs_;
 };
 
 }  // namespace
 
-SlideListWidget::SlideListWidget(EditContext& ctx, QWidget* parent) : QListWidget(parent), ctx_(ctx) {
+SlideListWidget::SlideListWidget(EditContext& ctx, QWidget* parent)
+    : QListWidget(parent), ctx_(ctx), thumbs_([this] { viewport()->update(); }) {
     setObjectName(NameOf(Control::ListView));
     setSelectionMode(ExtendedSelection);
     setVerticalScrollMode(ScrollPerPixel);
@@ -158,7 +156,7 @@ void SlideListWidget::FillRows() {
 }
 
 void SlideListWidget::ReloadThumbs() {
-    thumbs_.clear();
+    thumbs_.ReadAnew();
     viewport()->update();
 }
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QHash>
-#include <QImage>
 #include <QListWidget>
 #include <filesystem>
 
 #include "editing/EditContext.h"
 #include "playback/SlideView.h"
+#include "ui/Thumbs.h"
 
 namespace mirrane {
 
@@ -40,7 +39,7 @@ private:
     [[nodiscard]] std::filesystem::path ThumbOf(int row) const;
 
     EditContext& ctx_;
-    QHash<QString, QImage> thumbs_;
+    Thumbs thumbs_;
     bool isStale_ = true;        ///< the table has changed since its rows were filled in
     bool isTakeWanted_ = false;  ///< TakeSelection is on its way
     QAction* mnuThumbnail_ = nullptr;

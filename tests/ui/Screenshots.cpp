@@ -7,6 +7,7 @@
 #include <QPalette>
 #include <QStyleFactory>
 #include <QTemporaryDir>
+#include <QThreadPool>
 #include <QTimer>
 #include <cmath>
 #include <iostream>
@@ -47,6 +48,10 @@ public:
         : folder_(std::move(folder)), look_(std::move(look)), ratios_(std::move(ratios)) {}
 
     void Shoot(QWidget& window, const std::string& name) {
+        // The small pictures are read when they are painted for the first time.
+        window.grab();
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::sendPostedEvents();
         for (const double ratio : ratios_) {
             QImage image((QSizeF(window.size()) * ratio).toSize(), QImage::Format_RGB32);
             image.setDevicePixelRatio(ratio);
