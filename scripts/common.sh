@@ -13,11 +13,14 @@ build_packages=(
 )
 test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core pulseaudio
     fonts-wqy-microhei xvfb openbox xdotool dbus-daemon at-spi2-core gir1.2-atspi-2.0 python3-gi python3-numpy)
+# What ./test makes an installation with, looks at it with, and what a package needs to be made.
+desktop_packages=(desktop-file-utils appstream shared-mime-info bash-completion groff-base)
+package_packages=(dpkg-dev)
 demo_packages=(espeak-ng)
 bench_packages=(
     libbenchmark-dev melt mpv ffmpeg espeak-ng python3 mkvtoolnix fonts-dejavu-core python3-pil xvfb xdotool
 )
-ci_packages=(clang-format clang-tidy clang libclang-rt-14-dev)
+ci_packages=(clang-format clang-tidy clang libclang-rt-14-dev lintian)
 
 # missing_packages PACKAGE...: those that are not installed, one a line.
 missing_packages() {

@@ -34,6 +34,8 @@ CommandLine Understand(const std::vector<std::string>& words) {
     const std::string& first = words.front();
     if (first == "--help" || first == "-h") return {Wish::Help, {}};
     if (first == "--version") return {Wish::Version, {}};
+    // A desktop's menu entry has no file to open.
+    if (first == "--open" && words.size() == 1) return {};
     if (first == "--open")
         return words.size() == 2 ? CommandLine{Wish::Open, words[1]} : CommandLine{Wish::Wrong, first};
     if (first.rfind("--", 0) == 0) return {Wish::Wrong, first};
