@@ -67,7 +67,10 @@ void TimelineCanvas::Add(std::int32_t segIndex) {
 
 void TimelineCanvas::Remove(std::int32_t segIndex) {
     order_.Remove(segIndex);
-    if (press_ && press_->on == Press::On::Segment && press_->number == segIndex) press_.reset();
+    if (press_ && press_->on == Press::On::Segment && press_->number == segIndex) {
+        press_.reset();
+        ctx_.form.drag.reset();  // nobody would end it
+    }
     update();
 }
 
