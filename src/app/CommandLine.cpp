@@ -42,12 +42,4 @@ CommandLine Understand(const std::vector<std::string>& words) {
     return {Wish::Edit, words.size() == 1 ? Completed(first) : Joined(words)};
 }
 
-std::string FolderOf(const std::string& path) {
-    std::error_code error;
-    fs::path folder = fs::absolute(path, error).lexically_normal();
-    if (fs::is_regular_file(folder, error)) folder = folder.parent_path();
-    if (!folder.has_filename()) folder = folder.parent_path();
-    return folder.string();
-}
-
 }  // namespace app

@@ -22,7 +22,4 @@ struct CommandLine {
 /// @param words without the program's own name
 [[nodiscard]] CommandLine Understand(const std::vector<std::string>& words);
 
-/// The folder that a path of a project, its folder or a file in it, means.
-[[nodiscard]] std::string FolderOf(const std::string& path);
-
 }  // namespace app

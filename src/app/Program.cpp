@@ -2,8 +2,6 @@
 #include "Program.h"
 
 #include <QApplication>
-#include <QFile>
-#include <QFileDialog>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -12,14 +10,13 @@
 
 #include "base/Files.h"
 #include "qvlib/ISoundOut.h"
-#include "store/Opening.h"
+#include "shell/Paths.h"
 #include "ui/Language.h"
+#include "ui/StartPageDialog.h"
 
 namespace app {
 
 namespace {
-
-constexpr char kDocument[] = "project.qvp";
 
 void Log(const std::string& line) { std::cerr << "mirrane-editor: " + line + "\n"; }
 
@@ -73,35 +70,23 @@ void Program::EndNow() {
 }
 
 void Program::ShowStartPage() {
-    if (line_.wish != CommandLine::Wish::Open)
-        ChooseProject();
-    else if (!OpenProject(FolderOf(line_.path)))
-        state_.gProjectFolder.clear();
+    mirrane::StartPage page(state_, check_);
+    page.Form_Load();
+    if (line_.wish == CommandLine::Wish::Open)
+        OpenQuietly(page);
+    else
+        mirrane::StartPageDialog(page, world_).exec();
+    page.Form_Unload();
 }
 
-/// Until a project is open or the user gives up.
-void Program::ChooseProject() {
-    const QString title = QString::fromStdString(mirrane::GetResString(world_, "frmNewProject", "lOpenTitle"));
-    QString folder;
-    while (true) {
-        const QString file = QFileDialog::getOpenFileName(nullptr, title, folder, QString("%1 (%1)").arg(kDocument));
-        if (file.isEmpty()) return;
-        if (OpenProject(FolderOf(QFile::encodeName(file).toStdString()))) return;
-        state_.gProjectFolder.clear();
-        folder = QFileInfo(file).path();
-    }
-}
-
-bool Program::OpenProject(const std::string& folder) {
-    mirrane::basMixMain::InitPaths(state_);
+void Program::OpenQuietly(mirrane::StartPage& page) {
+    const std::filesystem::path document = mirrane::DocumentMeantBy(line_.path);
+    const std::filesystem::path folder = document.parent_path();
     // The opening would make a folder where none is, which nobody wants of a mistyped path.
-    if (!mirrane::FolderExists(folder)) {
-        Log(folder + ": there is no such folder");
-        return false;
-    }
-    state_.gProjectFolder = folder;
-    state_.gProjectFileName = kDocument;
-    return mirrane::modOpening::OpenProjectFolder(check_, state_.gProject, folder).isReady;
+    if (mirrane::FolderExists(folder) || mirrane::modFiles::IsNetworkPath(folder))
+        page.openProj(document, mirrane::modFiles::Quiet::Yes);
+    else
+        Log(folder.string() + ": there is no such folder");
 }
 
 void Program::ShowEditor() {

@@ -13,6 +13,7 @@
 #include "frame/Main.h"
 #include "qvlib/Engine.h"
 #include "qvlib/IPlayer.h"
+#include "shell/StartPage.h"
 #include "store/MediaCheck.h"
 #include "timeline/EditorState.h"
 #include "ui/IniSettings.h"
@@ -35,9 +36,8 @@ public:
 private:
     void ShowStartPage() override;
     void ShowEditor() override;
-    /// Opens a project's folder with all checks. @returns whether it may be edited
-    bool OpenProject(const std::string& folder);
-    void ChooseProject();
+    /// Opens what the command line names, with all checks.
+    void OpenQuietly(mirrane::StartPage& page);
     /// Leaves nothing behind but what is on its way to the settings.
     [[noreturn]] void EndNow();
 

@@ -4,8 +4,6 @@
 #include <iostream>
 
 #include "base/Disk.h"
-#include "base/Files.h"
-#include "base/Host.h"
 #include "base/Text.h"
 
 namespace mirrane::basMixMain {
@@ -15,10 +13,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kProjectFileName[] = "project.qvp";
-
-void MakeIfMissing(World& world, const fs::path& folder) {
-    if (!FolderExists(folder)) (void)modFiles::RecreateFolder(world, folder);
-}
 
 /// @returns false when the user gave up
 bool ChooseProject(EditorState& state, IShell& shell) {
@@ -47,15 +41,6 @@ bool TakeProject(EditorState& state, const std::string& commandLine) {
 }
 
 }  // namespace
-
-void InitPaths(EditorState& state) {
-    World& world = state.world;
-    const fs::path temp = TempFolder(world.host);
-    MakeIfMissing(world, temp);
-    const fs::path appData = AppDataFolder(world.host);
-    state.gAppDataFolder = InFolder(FolderExists(appData) ? appData : temp, "Tallowin");
-    MakeIfMissing(world, state.gAppDataFolder);
-}
 
 void Main(EditorState& state, modMediaQv::MediaContext& media, IShell& shell, const std::string& commandLine) {
     state.gProjectFolder.clear();

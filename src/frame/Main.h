@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "shell/Paths.h"
 #include "store/MediaCheck.h"
 #include "timeline/EditorState.h"
 
@@ -23,10 +24,6 @@ public:
 
 /// How the program starts.
 namespace mirrane::basMixMain {
-
-/// Sees to it that the folders for temporary things and for the suite's own are there, and sets gAppDataFolder. May be
-/// called again and again: what is there stays as it is. Folders that cannot be made are not told.
-void InitPaths(EditorState& state);
 
 /// Brings up the editor, or does not: the user was told why, gave up, or asked for nothing that is a path.
 /// @param commandLine empty: the start page. Otherwise a path of any file in the project's folder, quoted or not, which

@@ -9,7 +9,7 @@
 
 #include "base/Disk.h"
 #include "base/Text.h"
-#include "store/Opening.h"
+#include "shell/StartPage.h"
 
 namespace tool {
 
@@ -23,7 +23,6 @@ constexpr milliseconds kFrameInterval{100};
 constexpr milliseconds kTouchInterval{2000};
 constexpr milliseconds kLayoutDelay{50};
 constexpr milliseconds kSettleStep{2};
-constexpr char kProjectFileName[] = "project.qvp";
 
 /// From the first button to the last one.
 std::vector<Answer> Offered(Buttons buttons) {
@@ -101,12 +100,12 @@ EditSession::EditSession(const Context& context)
 }
 
 bool EditSession::Open(const std::filesystem::path& folder, Opening how) {
-    folder_ = absolute(folder).lexically_normal();
-    if (!folder_.has_filename()) folder_ = folder_.parent_path();
+    document_ = mirrane::DocumentMeantBy(folder);
     // The opening would make a folder where none is, which nobody wants of a mistyped path.
-    if (!mirrane::FolderExists(folder_)) throw std::runtime_error(folder_.string() + ": there is no such folder");
-    const std::string document = how == Opening::Direct ? (folder_ / kProjectFileName).string() : std::string();
-    mirrane::basMixMain::Main(state_, check_, *this, document);
+    const std::filesystem::path parent = document_.parent_path();
+    if (!mirrane::FolderExists(parent) && !mirrane::modFiles::IsNetworkPath(parent))
+        throw std::runtime_error(parent.string() + ": there is no such folder");
+    mirrane::basMixMain::Main(state_, check_, *this, how == Opening::Direct ? document_.string() : std::string());
     if (!editor_) return false;
     editor_->Form_Load();
     loop_.RunFor(kLayoutDelay);
@@ -116,10 +115,10 @@ bool EditSession::Open(const std::filesystem::path& folder, Opening how) {
 }
 
 void EditSession::ShowStartPage() {
-    state_.gProjectFolder = folder_;
-    state_.gProjectFileName = kProjectFileName;
-    if (!mirrane::modOpening::OpenProjectFolder(check_, state_.gProject, folder_).isReady)
-        state_.gProjectFolder.clear();
+    mirrane::StartPage page(state_, check_);
+    page.Form_Load();
+    page.openProj(document_, mirrane::modFiles::Quiet::Yes);
+    page.Form_Unload();
 }
 
 void EditSession::ShowEditor() {

@@ -127,7 +127,7 @@ private:
     std::unique_ptr<qv::IPlayer> player_;
     std::unique_ptr<qv::IQvCapture> capture_;
     std::unique_ptr<mirrane::Editor> editor_;
-    std::filesystem::path folder_;
+    std::filesystem::path document_;
     bool isClosed_ = false;
 };
 

@@ -4,9 +4,7 @@
 #include <QApplication>
 #include <QByteArray>
 #include <QCloseEvent>
-#include <QDesktopServices>
 #include <QFile>
-#include <QFileDialog>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -14,19 +12,19 @@
 #include <QSplitter>
 #include <QTextEdit>
 #include <QTimer>
-#include <QUrl>
 #include <QVBoxLayout>
 #include <array>
 #include <string>
 #include <utility>
 
-#include "base/Disk.h"
 #include "editing/Commands.h"
 #include "media/AudioImport.h"
 #include "shell/Progress.h"
 #include "ui/Dialogs.h"
 #include "ui/EditorToolBar.h"
+#include "ui/FileDialog.h"
 #include "ui/Icons.h"
+#include "ui/ManualLink.h"
 #include "ui/RecAudioDialog.h"
 #include "ui/SlideListWidget.h"
 #include "ui/SlidePane.h"
@@ -75,15 +73,6 @@ bool IsTextField(const QWidget* widget) {
            qobject_cast<const QPlainTextEdit*>(widget) != nullptr;
 }
 
-/// "Media files (*.wav;*.wma)|*.wav;*.wma" as the toolkit writes it: "Media files (*.wav *.wma)".
-QString ToolkitFilter(const std::string& filter) {
-    const QStringList parts = QString::fromStdString(filter).split('|');
-    QStringList filters;
-    for (qsizetype i = 0; i + 1 < parts.size(); i += 2)
-        filters += parts[i].section('(', 0, 0).trimmed() + " (" + QString(parts[i + 1]).replace(';', ' ') + ")";
-    return filters.join(";;");
-}
-
 QString NameOfLecture(const EditorState& state) {
     const QString title = QString::fromStdString(state.gProject.title).simplified();
     const bool isLoaded = state.gGrid.Rows() > 0;  // else the title is that of any document
@@ -121,7 +110,6 @@ private:
     void FollowSetPos();
     void setFormEnabled(bool on);
     void KeepFocus(const std::function<void()>& change);
-    void OpenManual();
 
     void RestoreLayout();
     void KeepLayout();
@@ -131,10 +119,7 @@ private:
     [[nodiscard]] QString Word(const char* form, const char* key) const {
         return QString::fromStdString(GetResString(parts_.state.world, form, key)).replace("\r\n", "\n");
     }
-    [[nodiscard]] std::filesystem::path Manual() const {
-        return InFolder(parts_.state.world.host.ProgramFolder(), "help/index.html");
-    }
-    [[nodiscard]] QUrl ManualAddress() const { return QUrl::fromLocalFile(QFile::decodeName(Manual().c_str())); }
+    [[nodiscard]] IHost& Host() const { return parts_.state.world.host; }
 
     MainWindow& window_;
     WindowParts parts_;
@@ -221,7 +206,7 @@ void MainWindow::Impl::Wire() {
     };
     form_.face.showMsgLink = [this](const std::string& message) {
         ShowMsgLink(
-            QString::fromStdString(message), FileExists(Manual()) ? ManualAddress() : QUrl(),
+            QString::fromStdString(message), ManualAddress(Host(), ManualPart::Whole),
             [this](const char* form, const char* key) { return Word(form, key); }, &window_);
     };
     parts_.state.waveViews.Face(timeline_);
@@ -230,10 +215,10 @@ void MainWindow::Impl::Wire() {
 }
 
 void MainWindow::Impl::BuildToolBar() {
-    const std::function<void()> openManual = [this] { OpenManual(); };
+    const std::function<void()> openManual = [this] { OpenManual(Host(), ManualPart::Whole); };
     toolBar_ = new EditorToolBar(
         editor_, icons_, [this](const char* key) { return Word(kForm, key); },
-        FileExists(Manual()) ? openManual : nullptr);
+        FindManual(Host(), ManualPart::Whole) ? openManual : nullptr);
     window_.addToolBar(toolBar_);
 }
 
@@ -396,16 +381,12 @@ bool MainWindow::Impl::PressKey(const QKeyEvent& key) {
             modCommands::mnuRemove_Click(editor_.edit);
             break;
         case Command::Manual:
-            OpenManual();
+            OpenManual(Host(), ManualPart::Whole);
             break;
         case Command::None:
             break;
     }
     return true;
-}
-
-void MainWindow::Impl::OpenManual() {
-    if (FileExists(Manual())) QDesktopServices::openUrl(ManualAddress());
 }
 
 // -------------------------------------------------------------------------------------------------------------- Going
@@ -462,10 +443,7 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
 
 std::optional<std::filesystem::path> MainWindow::Choose(const std::string& title, const std::string& filter,
                                                         const std::filesystem::path& startFolder) {
-    const QString file = QFileDialog::getOpenFileName(this, QString::fromStdString(title),
-                                                      QFile::decodeName(startFolder.c_str()), ToolkitFilter(filter));
-    if (file.isEmpty()) return std::nullopt;
-    return std::filesystem::path(QFile::encodeName(file).toStdString());
+    return ChooseFile(this, title, filter, startFolder);
 }
 
 }  // namespace mirrane

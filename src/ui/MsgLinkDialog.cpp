@@ -1,48 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <QAbstractButton>
-#include <QDesktopServices>
-#include <QEnterEvent>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QStyle>
 #include <QVBoxLayout>
 
 #include "ui/Dialogs.h"
+#include "ui/LinkLabel.h"
 
 namespace mirrane {
 
 namespace {
 
 constexpr char kForm[] = "frmMsgLink";
-
-/// A text that opens an address; underlined while the mouse or the focus is on it.
-class LinkLabel final : public QAbstractButton {
-public:
-    LinkLabel(const QString& text, const QUrl& address) {
-        setText(text);
-        setAccessibleName(text);
-        setCursor(Qt::PointingHandCursor);
-        setFocusPolicy(Qt::StrongFocus);
-        connect(this, &QAbstractButton::clicked, this, [address] { QDesktopServices::openUrl(address); });
-    }
-
-    [[nodiscard]] QSize sizeHint() const override { return fontMetrics().size(Qt::TextSingleLine, text()); }
-
-protected:
-    void paintEvent(QPaintEvent* /*event*/) override {
-        QPainter painter(this);
-        QFont shown = font();
-        shown.setUnderline(underMouse() || hasFocus());
-        painter.setFont(shown);
-        painter.setPen(palette().color(QPalette::Link));
-        painter.drawText(rect(), Qt::AlignLeft | Qt::AlignVCenter, text());
-    }
-    void enterEvent(QEnterEvent* /*event*/) override { update(); }
-    void leaveEvent(QEvent* /*event*/) override { update(); }
-};
 
 QLabel* WarningPicture(const QWidget& beside) {
     auto* const picture = new QLabel;

@@ -23,6 +23,7 @@
 #include "ui/Dialogs.h"
 #include "ui/Language.h"
 #include "ui/RecAudioDialog.h"
+#include "ui/StartPageDialog.h"
 #include "ui/TimelineView.h"
 
 namespace screenshots {
@@ -298,7 +299,41 @@ void Scene::ShootWithoutDocument() {
     Shoot("empty");
 }
 
+/// The start page of somebody who has opened nothing yet, and of one who has opened six projects.
+void ShootStartPage(Camera& camera, const path& project, const path& resFile) {
+    const QTemporaryDir folder;
+    QtUser user;
+    doubles::World doubled(resFile);
+    World world{user, doubled.disk, doubled.clock, doubled.settings, doubled.host, doubled.texts};
+    EditorState state(world);
+    const qv::Engine engine = qv::MakeEngine({});
+    modMediaQv::MediaContext check{world, *engine.lib};
+    StartPage rules(state, check);
+    const auto shoot = [&](const char* name, QSize size) {
+        rules.Form_Load();
+        StartPageDialog page(rules, world);
+        if (!size.isEmpty()) page.resize(size);
+        page.show();
+        user.Sleep(std::chrono::milliseconds(200));
+        camera.Shoot(page, name);
+    };
+    shoot("start-empty", {});
+    RecentProjects recent(doubled.settings);
+    const char* const kNames[] = {"lecture", "Physics, week 12", "Ferienkurs/Kapitel 3", "課程 1", "a", "old/lecture"};
+    for (const std::string name : kNames) {
+        const path lecture = path(folder.path().toStdString()) / (name == "a" ? std::string(120, 'x') : name);
+        create_directories(lecture.parent_path());
+        std::filesystem::copy(project, lecture, std::filesystem::copy_options::recursive);
+        if (name == "old/lecture") remove_all(lecture / "thumbnails");
+        recent.AddRecentProject(lecture / "project.qvp", {2024, 3, 5, 13, 4, 5});
+    }
+    shoot("start", {});
+    shoot("start-small", {640, 360});
+    shoot("start-large", {1600, 1000});
+}
+
 bool ShootAll(Camera camera, const path& project, const std::string& resFile) {
+    ShootStartPage(camera, project, resFile);
     Scene(camera, project, resFile).ShootWindow();
     Scene(camera, project, resFile).ShootWithoutDocument();
     return camera.isFine();
