@@ -116,6 +116,8 @@ private:
 };
 
 QAccessibleInterface* MakeInterface(const QString& /*className*/, QObject* object) {
+    // Parts of the browser come by, too. They are built without the types that a cast looks at, and it would crash.
+    if (object->metaObject() != &QWidget::staticMetaObject) return nullptr;
     auto* canvas = dynamic_cast<TimelineCanvas*>(object);
     return canvas != nullptr ? new AccessibleCanvas(*canvas) : nullptr;
 }

@@ -14,6 +14,7 @@
 #include "base/Disk.h"
 #include "base/Text.h"
 #include "support/Basics.h"
+#include "ui/TimelineAccess.h"
 #include "ui/WebPane.h"
 
 namespace mirrane {
@@ -160,6 +161,18 @@ TEST_F(Pages, AskNothingOpenNothingAndKeepNothing) {
     EXPECT_EQ(QDir::home().entryList(QDir::AllEntries | QDir::NoDotAndDotDot).join(" ").toStdString(), "");
     pane->Navigate({});
     EXPECT_EQ(pane->findChild<QWebEngineView*>(), nullptr);
+}
+
+// Qt then asks who speaks for the page to a screen reader, and all whom the editor has named for that look at it.
+TEST_F(Pages, TakeTheFocus) {
+    OfferSegsToReaders();
+    pane->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(pane.get()));
+    Show("");
+    ASSERT_TRUE(Arrives());
+    pane->findChild<QWebEngineView*>()->setFocus();
+    EXPECT_TRUE(Wait([this] { return Eval("document.hasFocus()") == "true"; }));
+    EXPECT_TRUE(pane->HasFocus());
 }
 
 TEST_F(Pages, ArriveOnceForEachNavigationAndFailOnce) {
