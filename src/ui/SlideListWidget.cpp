@@ -150,7 +150,8 @@ void SlideListWidget::FillRows() {
         shown.setText(title);
         shown.setToolTip(title);
         shown.setData(kLength, length);
-        shown.setData(Qt::AccessibleTextRole, QString::number(row) + ". " + title + ", " + length);
+        const QString told = length.isEmpty() ? QString() : ", " + length;
+        shown.setData(Qt::AccessibleTextRole, QString::number(row) + ". " + title + told);
         shown.setData(kThumbFile, file);
     }
 }
