@@ -118,7 +118,8 @@ void AudioRecorder::ExecStopRecord(const TakeTarget& target) {
     if (transport.IsPlaying()) transport.ExecPlay();
     edit().form.mIsRecording = false;
     if (IsGivenUp(media_)) return;
-    const Ms length = media_.mixEdit.qvaGetDuration(target.recFile);
+    // Who goes without having recorded leaves no file.
+    const Ms length = FileExists(target.recFile) ? media_.mixEdit.qvaGetDuration(target.recFile) : 0;
     const bool isLaidDown = length > 0 && IsWanted(target);
     if (isLaidDown)
         modPlacement::ImportQvaFile(edit(), target.recFile, target.mRecStartPos, length,

@@ -122,8 +122,10 @@ void RecAudioDialog::Impl::StartTimers() {
 void RecAudioDialog::Impl::Refresh() {
     meter_->Show(rules_.lit(), rules_.peak(), rules_.isOverloaded());
     lRecTime_->setText(QString::fromStdString(rules_.lRecTime()));
-    Advise(QString::fromStdString(rules_.lAdvice()));
     const bool isRecording = rules_.mRecording();
+    const QString advice = QString::fromStdString(rules_.lAdvice());
+    const bool isTryingOut = !isRecording && !rules_.isDone();
+    Advise(advice.isEmpty() && isTryingOut ? Word("lTryOut") : advice);
     inputs_->setEnabled(!isRecording && inputs_->count() > 1);
     cmdRec_->setText(Word(isRecording ? "cmdStop" : "cmdRec"));
     cmdRec_->setAccessibleName(cmdRec_->text());

@@ -12,7 +12,7 @@ import tempfile
 import time
 
 PATIENCE_S = 60    # others on the machine may keep everything waiting
-CARD = "module-null-sink sink_name=desk rate=48000 format=float32le channels=1 norewinds=1"
+CARD = "module-null-sink sink_name={} rate=48000 format=float32le channels=1 norewinds=1"
 
 
 def until(condition, what, patience=PATIENCE_S):
@@ -38,6 +38,7 @@ class Desk:
     def __init__(self, work):
         self.work = pathlib.Path(work)
         self.ends = contextlib.ExitStack()
+        self.cards = {}
 
     def __enter__(self):
         shutil.rmtree(self.work, ignore_errors=True)
@@ -53,7 +54,7 @@ class Desk:
             self.begin("pulseaudio", "-n", "--load=module-native-protocol-unix auth-anonymous=1",
                        "--exit-idle-time=-1", "--use-pid-file=no")
             until(lambda: succeeds("pactl", "info"), "a sound server")
-            self.plug()
+            self.plug("desk")
         except BaseException:
             self.ends.close()
             raise
@@ -103,19 +104,21 @@ class Desk:
         bus = self.begin("dbus-daemon", "--session", "--nofork", "--print-address=1", stdout=subprocess.PIPE)
         os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().decode().strip()
 
-    def plug(self):
-        self.card = output("pactl", "load-module", *CARD.split()).decode().strip()
+    def plug(self, card):
+        """A sound card, whose monitor hears what is played."""
+        self.cards[card] = output("pactl", "load-module", *CARD.format(card).split()).decode().strip()
 
-    def unplug(self):
-        output("pactl", "unload-module", self.card)
+    def unplug(self, card):
+        output("pactl", "unload-module", self.cards.pop(card))
 
-    def record(self, file):
-        """Keeps what comes out of the sound card from now on, see sound.heard."""
+    def record(self, name, card="desk", *options):
+        """Keeps what comes out of a sound card from now on in the file that is returned, see sound.of_record."""
+        file = self.work / name
         with open(file, "wb") as sound:
-            recorder = self.begin("parec", "-d", "desk.monitor", "--rate=48000", "--channels=1", "--format=float32le",
-                                  "--raw", stdout=sound)
+            self.begin("parec", "-d", f"{card}.monitor", "--rate=48000", "--channels=1", "--format=float32le", "--raw",
+                       *options, stdout=sound)
         until(lambda: os.path.getsize(file) > 0, "the first sound")
-        return recorder
+        return file
 
     @staticmethod
     def picture(file):

@@ -16,6 +16,7 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
 DATA = pathlib.Path(__file__).parents[2] / "data"
+TITLE = "Mirrane Audio Editor"
 RULER_Y = 10
 TRACK_Y = (50, 97)    # in the timeline
 
@@ -189,8 +190,13 @@ class Editor:
 
     def sees(self, *segments):
         """Waits until these are on the timeline, as parts of their names."""
-        self.until(lambda: len(self.segments()) == len(segments) and
-                   all(part in name for part, name in zip(segments, self.segments())), f"{segments} on the timeline")
+        def fits():
+            self.seen = self.segments()
+            return len(self.seen) == len(segments) and all(part in name for part, name in zip(segments, self.seen))
+        try:
+            self.until(fits, f"{segments} on the timeline")
+        except AssertionError as fault:
+            raise AssertionError(f"{fault}, but {self.seen}") from fault
         self.settled()
 
     def drag(self, number, pixels):
@@ -228,8 +234,11 @@ class Editor:
             return all(looks[-5:]) and len(looks) >= 5
         self.until(is_quiet, "the editor at rest")
 
-    def choose_slide(self, number):
+    def choose_row(self, number):
         self.click(self.find("list item", re.compile(f"{number}[.] .*")))
+
+    def choose_slide(self, number):
+        self.choose_row(number)
         self.at("0:00:00.0")
         self.settled()
 
@@ -253,5 +262,46 @@ class Editor:
         self.until(lambda: (place(self.window).width, place(self.window).height) == (width, height),
                    "the window's size")
 
-    def ended(self):
-        return self.process.wait(PATIENCE_S)
+    def import_file(self, file, on_open=lambda: None):
+        self.press("push button", word("tipImportAudio"))
+        name = self.find("text", re.compile("File name:"))
+        self.until(lambda: "focused" in states(name), "the name's field")
+        on_open()
+        write(str(file))
+        key("Return")
+
+    def louder(self):
+        self.click(self.segment(0))
+        self.press("push button", word("tipVolUp"))
+        self.until(lambda: "125 %" in self.segments()[0], "louder")
+        self.settled()
+
+    def play(self, is_enough, what):
+        self.press("push button", word("cmdPlay"))
+        self.until(is_enough, what)
+        self.press("push button", word("cmdPause"))
+        self.find("push button", word("cmdPlay"))
+        self.settled()
+
+    def begin_save(self):
+        """Returns the windows of the job, which may be over soon."""
+        before = windows()
+        key("ctrl+s")
+        return self.until(lambda: windows() - before, "the save's window")
+
+    def save(self, on_begin=lambda: None):
+        job = self.begin_save()
+        on_begin()
+        self.saved(job)
+
+    def saved(self, job):
+        self.until(lambda: not job & windows(), "the save's end")
+        self.until(lambda: not self.is_on("push button", word("ToolbarSave")), "saved")
+        self.settled()
+
+    def ask_to_leave(self):
+        key("alt+F4")
+        self.find("alert", TITLE)
+
+    def ended(self, status=0):
+        assert self.process.wait(PATIENCE_S) == status, f"{self.process.returncode}\n{self.log.read_text()}"
