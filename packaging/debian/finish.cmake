@@ -38,8 +38,8 @@ if(NOT found MATCHES "shlibs:Depends=([^\n]+)")
     message(FATAL_ERROR "dpkg-shlibdeps names no libraries: ${found}")
 endif()
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "${CMAKE_MATCH_1}, hicolor-icon-theme")
-# The toolkit's own words in other languages, and windows without an X server.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-translations-l10n, qt6-wayland")
+# The toolkit's own words in other languages, windows without an X server, and what shows the manual.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-translations-l10n, qt6-wayland, xdg-utils")
 if(found MATCHES "shlibs:Recommends=([^\n]+)")
     string(PREPEND CPACK_DEBIAN_PACKAGE_RECOMMENDS "${CMAKE_MATCH_1}, ")
 endif()
