@@ -165,6 +165,7 @@ MainWindow::Impl::Impl(MainWindow& window, WindowParts parts)
 MainWindow::Impl::~Impl() {
     form_.face = {};
     parts_.player.OnPicture({});
+    parts_.player.OnCamera({});
     parts_.state.waveViews.Face(nullptr);
     parts_.user.SetWindow(nullptr);
     // They look at what goes with this, and the window's own children go later.
@@ -211,6 +212,7 @@ void MainWindow::Impl::Wire() {
     };
     parts_.state.waveViews.Face(timeline_);
     parts_.player.OnPicture([this](const qv::ShownPicture& picture) { slide_->Picture().Show(picture); });
+    parts_.player.OnCamera([this](const qv::ShownPicture& picture) { slide_->Picture().ShowCamera(picture); });
     parts_.user.SetWindow(&window_);
 }
 

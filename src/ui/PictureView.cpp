@@ -15,12 +15,39 @@ constexpr QRgb kGround = qRgb(24, 24, 26);
 constexpr QRgb kText = qRgb(235, 235, 235);
 constexpr int kMargin = 8;
 
+/// @param place in the screen's own pixels
+void PaintSharp(QPainter& painter, DrawnPicture& picture, const QRect& place) {
+    const double ratio = painter.device()->devicePixelRatioF();
+    QImage& drawn = picture.At(place.size());
+    drawn.setDevicePixelRatio(ratio);
+    painter.drawImage(QPointF(place.topLeft()) / ratio, drawn);
+}
+
 }  // namespace
 
 QRect FittedRect(QSize picture, QSize room) {
     if (picture.isEmpty() || room.isEmpty()) return {};
     const QSize size = picture.scaled(room, Qt::KeepAspectRatio);
     return {QPoint((room.width() - size.width()) / 2, (room.height() - size.height()) / 2), size};
+}
+
+void DrawnPicture::Set(const qv::ShownPicture& picture) {
+    picture_ = picture;
+    drawn_ = {};
+}
+
+QSize DrawnPicture::Size() const { return picture_ ? QSize(picture_->size.width, picture_->size.height) : QSize(); }
+
+QImage& DrawnPicture::At(QSize size) {
+    if (drawn_.size() == size) return drawn_;
+    drawn_ = QImage(size, QImage::Format_RGB32);
+    const qv::BgraTarget target{
+        .bytes = {drawn_.bits(), static_cast<std::size_t>(drawn_.sizeInBytes())},
+        .stride = drawn_.bytesPerLine(),
+        .size = {size.width(), size.height()},
+    };
+    if (!picture_ || !qv::DrawBgra(*picture_, target)) drawn_.fill(kGround);
+    return drawn_;
 }
 
 PictureView::PictureView(QWidget* parent) : QWidget(parent) {
@@ -31,8 +58,12 @@ PictureView::PictureView(QWidget* parent) : QWidget(parent) {
 }
 
 void PictureView::Show(const qv::ShownPicture& picture) {
-    picture_ = picture;
-    drawn_ = {};
+    picture_.Set(picture);
+    update();
+}
+
+void PictureView::ShowCamera(const qv::ShownPicture& picture) {
+    camera_.Set(picture);
     update();
 }
 
@@ -83,25 +114,25 @@ void PictureView::PaintPhoto(QPainter& painter) {
 
 /// Scales in the screen's own pixels, so that text on a slide stays sharp.
 void PictureView::PaintPicture(QPainter& painter) {
-    if (!picture_) return PaintPhoto(painter);
+    if (!picture_.IsSet()) return PaintPhoto(painter);
     const double ratio = painter.device()->devicePixelRatioF();
     const QSize room(static_cast<int>(std::floor(width() * ratio)), static_cast<int>(std::floor(height() * ratio)));
-    const QRect place = FittedRect({picture_->size.width, picture_->size.height}, room);
+    const QRect place = FittedRect(picture_.Size(), room);
     if (place.isEmpty()) return painter.fillRect(rect(), QColor(kGround));
-    if (drawn_.size() != place.size()) {
-        drawn_ = QImage(place.size(), QImage::Format_RGB32);
-        const qv::BgraTarget target{
-            .bytes = {drawn_.bits(), static_cast<std::size_t>(drawn_.sizeInBytes())},
-            .stride = drawn_.bytesPerLine(),
-            .size = {place.width(), place.height()},
-        };
-        if (!qv::DrawBgra(*picture_, target)) drawn_.fill(kGround);
-    }
-    drawn_.setDevicePixelRatio(ratio);
     const QRectF covered(QPointF(place.topLeft()) / ratio, QSizeF(place.size()) / ratio);
     for (const QRect& beside : QRegion(rect()) - covered.toAlignedRect().adjusted(1, 1, -1, -1))
         painter.fillRect(beside, QColor(kGround));
-    painter.drawImage(covered.topLeft(), drawn_);
+    PaintSharp(painter, picture_, place);
+    if (camera_.IsSet()) PaintCamera(painter, room);
+}
+
+/// In the lower right corner, and small, so that little of the slide is behind it.
+void PictureView::PaintCamera(QPainter& painter, QSize room) {
+    constexpr int kPart = 4;
+    QRect place = FittedRect(camera_.Size(), room / kPart);
+    if (place.isEmpty()) return;
+    place.moveBottomRight(QRect(QPoint(), room).bottomRight());
+    PaintSharp(painter, camera_, place);
 }
 
 }  // namespace mirrane

@@ -33,6 +33,7 @@ public:
     }
     void OnSeekFinished(std::function<void()> handler) override { onSeekFinished_ = std::move(handler); }
     void OnPicture(std::function<void(const qv::ShownPicture&)> /*handler*/) override {}
+    void OnCamera(std::function<void(const qv::ShownPicture&)> /*handler*/) override {}
     [[nodiscard]] qv::Ms Position() const override { return position; }
     [[nodiscard]] qv::PlayState State() const override { return state; }
 

@@ -161,9 +161,10 @@ protected:
 
     [[nodiscard]] std::vector<fs::path> Sources() const { return {source_, folder_ / "noise.qva"}; }
 
-    [[nodiscard]] Luma ShownLuma() const {
-        return shown_.owner ? support::Samples(*static_cast<const AVFrame*>(shown_.owner.get()), 0) : Luma();
+    static Luma LumaOf(const ShownPicture& picture) {
+        return picture.owner ? support::Samples(*static_cast<const AVFrame*>(picture.owner.get()), 0) : Luma();
     }
+    [[nodiscard]] Luma ShownLuma() const { return LumaOf(shown_); }
 
     const fs::path source_ = folder_ / "source.qv";
     Loop loop_;
@@ -311,6 +312,36 @@ TEST_F(PlayerTest, AfterCloseNothingIsToldAndTheFileMayBeAnother) {
     player_->Seek(3000);
     EXPECT_TRUE(loop_.RunUntil([&] { return player_ == nullptr; }));
     loop_.RunFor(20ms);
+}
+
+TEST_F(PlayerTest, TheCameraIsSeenAsTheRowsHaveIt) {
+    MakeSource("screen.qv");
+    fs::copy_file(folder_ / "recording.mkv", folder_ / "screen.mkv");
+    MakeSource("camera.qv", "-vf negate " + support::kVp9);
+    engine_.recordings->MakeContainer(
+        {.recording = folder_ / "screen.mkv", .camera = folder_ / "recording.mkv", .target = source_}, {});
+    ShownPicture camera;
+    player_->OnCamera([&camera](const ShownPicture& picture) { camera = picture; });
+    OpenWith(kSounds, kFrames);
+    const auto screenAt = DecodePictures(source_);
+    const auto cameraAt = DecodePictures(source_, 1);
+    const auto shows = [&](Ms t) {
+        const Ms src = SourceAt(kFrames, t);
+        return loop_.RunUntil([&] { return ShownLuma() == screenAt.At(src) && LumaOf(camera) == cameraAt.At(src); });
+    };
+    for (const Ms t : {0, 2200, 4499, 4501, 7400}) {
+        SeekAndWait(t);
+        EXPECT_EQ(camera.pos, t);
+        EXPECT_TRUE(LumaOf(camera) == cameraAt.At(SourceAt(kFrames, t))) << t;
+        EXPECT_TRUE(shows(t)) << t;
+    }
+    Play();
+    device_->Pull(600);
+    EXPECT_TRUE(shows(8000));
+    player_->OnCamera({});
+    device_->Pull(200);
+    EXPECT_TRUE(Shows(screenAt.At(SourceAt(kFrames, 8200))));
+    EXPECT_FALSE(LumaOf(camera) == cameraAt.At(SourceAt(kFrames, 8200)));
 }
 
 TEST_F(PlayerTest, PicturesCostNothingUntilSomebodyTakesThem) {

@@ -28,8 +28,8 @@ std::size_t BytesOf(const Picture& picture) {
 
 }  // namespace
 
-PictureTrack::PictureTrack(const std::filesystem::path& file, std::function<void(const std::string&)> log)
-    : source_(file, false),
+PictureTrack::PictureTrack(const std::filesystem::path& file, bool camera, std::function<void(const std::string&)> log)
+    : source_(file, camera),
       log_(std::move(log)),
       decoder_(source_.Format(), kThreads),
       reorders_(source_.Format().codec == PictureCodec::H264) {}

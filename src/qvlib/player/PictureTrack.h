@@ -30,8 +30,8 @@ public:
     /// What is kept of decoded pictures at most, in bytes: some fifty of them at 1280 x 720.
     static constexpr std::size_t kMostKept = std::size_t{72} << 20;
 
-    /// @throws MediaError when the file cannot be read or has no picture of a codec that we carry
-    PictureTrack(const std::filesystem::path& file, std::function<void(const std::string&)> log);
+    /// @throws MediaError when the file cannot be read or has no such picture of a codec that we carry
+    PictureTrack(const std::filesystem::path& file, bool camera, std::function<void(const std::string&)> log);
 
     [[nodiscard]] const PictureFormat& Format() const { return source_.Format(); }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <mutex>
 #include <optional>
@@ -20,7 +21,10 @@ namespace {
 
 using std::filesystem::path;
 
-constexpr int kParts = 2;  ///< picture and sound
+/// What is seen at the same time.
+enum View : std::size_t { kScreen, kCamera, kViews };
+
+constexpr int kParts = kViews + 1;  ///< the sound, too
 
 /// What the feeders have to say, kept until the player's thread asks for it.
 class News {
@@ -30,7 +34,7 @@ public:
         const std::lock_guard lock(mutex_);
         ticket_ = ticket;
         partsReady_ = 0;
-        picture_.reset();
+        pictures_ = {};
     }
 
     /// @returns whether everything is ready now
@@ -40,37 +44,39 @@ public:
     }
 
     /// @returns whether the player's thread must be told; otherwise it was, and has not come yet
-    bool Put(std::uint64_t ticket, ShownPicture picture) {
+    bool Put(std::uint64_t ticket, View view, ShownPicture picture) {
         const std::lock_guard lock(mutex_);
         if (ticket != ticket_) return false;
-        const bool isFirst = !picture_;
-        picture_ = std::move(picture);
+        const bool isFirst = !pictures_.at(view);
+        pictures_.at(view) = std::move(picture);
         return isFirst;
     }
 
-    std::optional<ShownPicture> Take() {
+    std::optional<ShownPicture> Take(View view) {
         const std::lock_guard lock(mutex_);
-        return std::exchange(picture_, std::nullopt);
+        return std::exchange(pictures_.at(view), std::nullopt);
     }
 
 private:
     std::mutex mutex_;
     std::uint64_t ticket_ = 0;
     int partsReady_ = 0;
-    std::optional<ShownPicture> picture_;  ///< the latest that was not taken
+    std::array<std::optional<ShownPicture>, kViews> pictures_;  ///< the latest that were not taken
 };
 
 /// Everything is prepared under a ticket: a place in a play list. What the feeders tell of an older ticket is stale.
 ///
-///     Seek, Pause, Play of a new list -> Prepare -> both feeders are ready -> IsReady: the seek is told, the device runs
+///     Seek, Pause, Play of a new list -> Prepare -> all feeders are ready -> IsReady: the seek is told, the device runs
 class Player : public IPlayer {
+    using Handler = std::function<void(const ShownPicture&)>;
+
 public:
     explicit Player(const PlayerOptions& options)
         : options_(options),
           steady_(MakeSteadySoundOut()),
           out_(steady_.get()),
           sound_(line_, SoundEvents()),
-          pictures_(PictureEvents()) {}
+          pictures_{{PictureFeeder(PictureEvents(kScreen)), PictureFeeder(PictureEvents(kCamera))}} {}
 
     ~Player() override {
         if (isRunning_) out_.load()->Stop();
@@ -81,13 +87,15 @@ public:
     bool Open(const path& media) override {
         Close();
         try {
-            track_ = std::make_shared<PictureTrack>(media, options_.log);
+            tracks_[kScreen] = std::make_shared<PictureTrack>(media, false, options_.log);
             const MkvReader reader(media);
             channels_ = reader.Sound() != nullptr && reader.Sound()->channels == 2 ? 2 : 1;
+            if (reader.Camera() != nullptr)
+                tracks_[kCamera] = std::make_shared<PictureTrack>(media, true, options_.log);
             return true;
         } catch (const std::exception& error) {
             Log(error.what());
-            track_.reset();
+            tracks_ = {};
             return false;
         }
     }
@@ -96,21 +104,22 @@ public:
         StopDevice();
         state_ = PlayState::Stopped;
         position_ = 0;
-        track_.reset();
+        tracks_ = {};
         program_ = std::make_shared<Program>();
         nextProgram_.reset();
         isSeeking_ = false;
         ++session_;
         NewTicket();
         sound_.Prepare({});
-        pictures_.Prepare({});
+        for (PictureFeeder& feeder : pictures_) feeder.Prepare({});
     }
 
     /// The pointer is part of the pictures in the files of this engine: there is nothing to draw it into.
     void SetCursorPicture(const path& /*picture*/) override {}
 
     [[nodiscard]] PictureDim PictureSize() const override {
-        return track_ ? PictureDim{track_->Format().width, track_->Format().height} : PictureDim{};
+        const auto& screen = tracks_[kScreen];
+        return screen ? PictureDim{screen->Format().width, screen->Format().height} : PictureDim{};
     }
 
     void SetPlayList(const std::vector<path>& sources, std::span<const AudioRow> audioRows,
@@ -126,7 +135,7 @@ public:
     }
 
     void Play() override {
-        if (!track_) return;
+        if (!tracks_[kScreen]) return;
         HeedEnd();
         if (isRunning_ && !nextProgram_) return;
         StopDevice();
@@ -153,13 +162,8 @@ public:
 
     void OnSeekFinished(std::function<void()> handler) override { onSeekFinished_ = std::move(handler); }
 
-    void OnPicture(std::function<void(const ShownPicture&)> handler) override {
-        const bool isChange = static_cast<bool>(handler) != static_cast<bool>(onPicture_);
-        onPicture_ = std::move(handler);
-        if (!isChange || !track_) return;
-        if (isPreparing_) return Prepare();
-        if (isRunning_ || isReady_) pictures_.Prepare(PictureTask(Position()));
-    }
+    void OnPicture(Handler handler) override { SetHandler(kScreen, std::move(handler)); }
+    void OnCamera(Handler handler) override { SetHandler(kCamera, std::move(handler)); }
 
     [[nodiscard]] Ms Position() const override { return isRunning_ ? Now() : position_; }
 
@@ -187,11 +191,19 @@ private:
         NewTicket();
         isPreparing_ = true;
         sound_.Prepare({program_, position_, channels_, ticket_});
-        pictures_.Prepare(PictureTask(position_));
+        for (const View view : {kScreen, kCamera}) pictures_[view].Prepare(PictureTask(view, position_));
     }
 
-    [[nodiscard]] PictureFeeder::Task PictureTask(Ms from) const {
-        return {onPicture_ ? track_ : nullptr, program_, from, ticket_};
+    [[nodiscard]] PictureFeeder::Task PictureTask(View view, Ms from) const {
+        return {handlers_[view] ? tracks_[view] : nullptr, program_, from, ticket_};
+    }
+
+    void SetHandler(View view, Handler handler) {
+        const bool isChange = static_cast<bool>(handler) != static_cast<bool>(handlers_[view]);
+        handlers_[view] = std::move(handler);
+        if (!isChange || !tracks_[view]) return;
+        if (isPreparing_) return Prepare();
+        if (isRunning_ || isReady_) pictures_[view].Prepare(PictureTask(view, Position()));
     }
 
     void IsReady(std::uint64_t ticket) {
@@ -200,14 +212,15 @@ private:
         isPreparing_ = false;
         if (state_ == PlayState::Playing) StartDevice();
         const std::weak_ptr<bool> lives = lives_;
-        ShowNews();
-        // The handler may have ended the player, or begun another seek, whose end is told by itself.
+        // A handler may end the player, or begin another seek, whose end is told by itself.
+        for (const View view : {kScreen, kCamera})
+            if (!lives.expired()) ShowNews(view);
         if (!lives.expired() && ticket == ticket_ && std::exchange(isSeeking_, false)) TellSeekFinished();
     }
 
-    void ShowNews() {
-        const auto picture = news_.Take();
-        const auto handler = onPicture_;
+    void ShowNews(View view) {
+        const auto picture = news_.Take(view);
+        const auto handler = handlers_[view];
         if (picture && handler) handler(*picture);
     }
 
@@ -232,7 +245,7 @@ private:
             out_.load()->Start(channels_, fill);
         }
         sound_.SetHeard(true);
-        pictures_.SetPlaying(true);
+        for (PictureFeeder& feeder : pictures_) feeder.SetPlaying(true);
     }
 
     void StopDevice() {
@@ -241,7 +254,7 @@ private:
         position_ = Now();
         isRunning_ = false;
         sound_.SetHeard(false);
-        pictures_.SetPlaying(false);
+        for (PictureFeeder& feeder : pictures_) feeder.SetPlaying(false);
     }
 
     void Halt(PlayState state) {
@@ -284,9 +297,9 @@ private:
                 .log = options_.log};
     }
 
-    PictureFeeder::Events PictureEvents() {
-        const auto show = [this](std::uint64_t ticket, ShownPicture picture) {
-            if (news_.Put(ticket, std::move(picture))) Post(session_, [this] { ShowNews(); });
+    PictureFeeder::Events PictureEvents(View view) {
+        const auto show = [this, view](std::uint64_t ticket, ShownPicture picture) {
+            if (news_.Put(ticket, view, std::move(picture))) Post(session_, [this, view] { ShowNews(view); });
         };
         return {.show = show,
                 .ready = [this](std::uint64_t ticket) { PartIsReady(ticket); },
@@ -306,7 +319,7 @@ private:
     News news_;
     mutable SoundLine line_;
 
-    std::shared_ptr<PictureTrack> track_;
+    std::array<std::shared_ptr<PictureTrack>, kViews> tracks_;  ///< no camera: nothing there
     SharedProgram program_ = std::make_shared<Program>();
     SharedProgram nextProgram_;  ///< from SetPlayList, until it is taken
     int channels_ = 1;
@@ -318,10 +331,10 @@ private:
     bool isSeeking_ = false;  ///< a seek has to be told
     std::uint64_t ticket_ = 0;
     std::function<void()> onSeekFinished_;
-    std::function<void(const ShownPicture&)> onPicture_;
+    std::array<Handler, kViews> handlers_;
 
     SoundFeeder sound_;
-    PictureFeeder pictures_;
+    std::array<PictureFeeder, kViews> pictures_;
 };
 
 }  // namespace

@@ -53,6 +53,8 @@ public:
     /// while playing. A handler that is set later gets the picture that stands. Without a handler (an empty one) no
     /// picture is decoded.
     virtual void OnPicture(std::function<void(const ShownPicture&)> handler) = 0;
+    /// The same for the camera's picture, which not every recording has.
+    virtual void OnCamera(std::function<void(const ShownPicture&)> handler) = 0;
 
     [[nodiscard]] virtual Ms Position() const = 0;
     [[nodiscard]] virtual PlayState State() const = 0;
