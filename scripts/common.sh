@@ -12,7 +12,7 @@ build_packages=(
     qt6-base-dev qt6-svg-dev qt6-webengine-dev qt6-translations-l10n libcubeb-dev
 )
 test_packages=(ffmpeg mkvtoolnix espeak-ng chromium python3 libxml2-utils fonts-dejavu-core pulseaudio
-    fonts-wqy-microhei xvfb openbox xdotool dbus-daemon at-spi2-core gir1.2-atspi-2.0 python3-gi python3-numpy)
+    fonts-wqy-microhei xvfb openbox xdotool dbus-daemon at-spi2-core gir1.2-atspi-2.0 python3-gi python3-numpy strace)
 # What ./test makes an installation with, looks at it with, and what a package needs to be made.
 desktop_packages=(desktop-file-utils appstream shared-mime-info bash-completion groff-base)
 package_packages=(dpkg-dev)

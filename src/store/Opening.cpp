@@ -84,6 +84,7 @@ private:
     bool RefuseNetwork();
     bool MakeFolderIfNone();
     bool RefuseReadOnly();
+    bool DropHalfCopies();
     bool RefuseFullDisk();
     bool MakeFilesWritable();
     bool MakeDocumentIfNone();
@@ -114,11 +115,14 @@ private:
 };
 
 Opened Opening::Run() {
-    constexpr Step kSteps[] = {&Opening::RefuseNetwork,   &Opening::MakeFolderIfNone,  &Opening::RefuseReadOnly,
-                               &Opening::RefuseFullDisk,  &Opening::MakeFilesWritable, &Opening::MakeDocumentIfNone,
-                               &Opening::ReadVideoSize,   &Opening::RestoreSavePoint,  &Opening::RestoreFormerDocument,
-                               &Opening::CheckVersion,    &Opening::LoadDocument,      &Opening::CheckMediaFormat,
-                               &Opening::SettleRecording, &Opening::NameNewProject,    &Opening::FixIndex,
+    constexpr Step kSteps[] = {&Opening::RefuseNetwork,      &Opening::MakeFolderIfNone,
+                               &Opening::RefuseReadOnly,     &Opening::DropHalfCopies,
+                               &Opening::RefuseFullDisk,     &Opening::MakeFilesWritable,
+                               &Opening::MakeDocumentIfNone, &Opening::ReadVideoSize,
+                               &Opening::RestoreSavePoint,   &Opening::RestoreFormerDocument,
+                               &Opening::CheckVersion,       &Opening::LoadDocument,
+                               &Opening::CheckMediaFormat,   &Opening::SettleRecording,
+                               &Opening::NameNewProject,     &Opening::FixIndex,
                                &Opening::SupplyPage};
     for (const Step step : kSteps) {
         try {
@@ -152,6 +156,12 @@ bool Opening::MakeFolderIfNone() {
 bool Opening::RefuseReadOnly() {
     if (modFiles::IsFolderWritable(world_, gProjectFolder_)) return true;
     return Refuse(GetResString(world_, "frmNewProject", "msgReadOnly"));
+}
+
+/// A save that was cut off while it brought the container in from another disk; its copy may be what fills this one.
+bool Opening::DropHalfCopies() {
+    for (const char* name : {"media.qv.~mv", "project.qvp.mix.tmp.~mv"}) modFiles::DeleteFileIfAny(world_, In(name));
+    return true;
 }
 
 bool Opening::RefuseFullDisk() {

@@ -16,6 +16,7 @@
 ///     media.qv.move                 another program was moving a container in when it ended
 ///     rec.tmp                       a recording was under way and did not finish
 ///     project.qvp.mix.tmp           the document ahead of a save of ours that was cut off
+///     media.qv.~mv                  half a copy that such a save was making from another disk
 namespace mirrane::modOpening {
 
 struct Opened {

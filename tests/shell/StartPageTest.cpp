@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/Text.h"
 #include "doubles/QvLib.h"
 #include "doubles/World.h"
 #include "shell/Manual.h"
@@ -78,6 +79,11 @@ TEST_F(StartPageOn, StaysUntilAProjectIsOpenAndTellsTheOtherPrograms) {
     EXPECT_EQ(List() + Token("project"), "none");
     page.Form_Unload();
     EXPECT_EQ(Token("project") + Token("touchtime"), "0");
+    const path deep = folder / "none/deep";
+    page.openProj(deep / "project.qvp", Quiet::No);
+    const string nowhere = GetResString(doubled.world, "frmCommon", "msgParentFolderNotExist");
+    EXPECT_EQ(Told(), "off on |" + ReplaceAll(nowhere, "%s", deep.string()) + "\n");
+    EXPECT_FALSE(FolderExists(deep.parent_path()));
     page.openProj(good.parent_path() / "any.qvp", Quiet::No);
     EXPECT_EQ(Told() + state.gProjectFileName, "off unload goodproject.qvp");
     EXPECT_EQ(List() + Token("project"), "1! Mirrane Title@good " + good.parent_path().string());

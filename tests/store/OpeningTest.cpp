@@ -100,6 +100,7 @@ TEST_F(Opening, WhatWasCutOffIsSettled) {
     const string old = "index.html= media.qv=old project.qvp=@7,03:00,0";
     const string kept = "index.html= media.qv.__=old project.qvp.__=@7,03:00,0";
     const string former = "index.html= media.qv=old project.qvp.mix.tmp=@7,03:00,0";
+    Opens(fresh + " media.qv.~mv=half project.qvp.mix.tmp.~mv=half", "open", fresh);
     Opens(fresh + " media.qv.move= rec.tmp=", moving + "open", fresh);
     Opens(kept + " media.qv.move= media.qv=new project.qvp=@7,03:00,-1", moving + restored, old);
     Opens(kept + " media.qv.move= project.qvp=@7,03:00,-1", moving + "open", old);

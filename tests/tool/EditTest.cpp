@@ -367,12 +367,42 @@ TEST_F(Edit, QuestionsGetTheQueuedAnswerAndElseTheMostCareful) {
     EXPECT_NE(HashOf("P"), HashOf("Q"));
 }
 
+/// A project that is being saved by a script when it is cut off, and what is found when it is opened again.
+class CutOffSave : public Edit {
+protected:
+    static constexpr char kScript[] = "seek 1000;split;select 6;remove;drag 8 -500";
+
+    CutOffSave() {
+        MakeSmallProject("whole");
+        Shell("echo '" + std::string(kScript) + ";save' | tr ';' '\\n' >script");
+        Reset();
+        EXPECT_EQ(Run("edit P script").status, 0);
+        newDuration_ = Duration();
+    }
+    void Reset() const { Shell("rm -rf P tmp; cp -r whole P; mkdir tmp"); }
+    [[nodiscard]] int Duration() const { return json::parse(Run("info P --json").out)["duration"].get<int>(); }
+
+    /// The old project or the new one. The user is told and asked nothing, as the answer could only be wrong.
+    void ExpectOldOrNew(const std::string& when) const {
+        const Result opened = Command("echo dump | " + kTool + "edit P");
+        ASSERT_EQ(opened.status, 0) << when << ": " << opened.err;
+        EXPECT_EQ(opened.err, "") << when;
+        EXPECT_EQ(json::parse(opened.out)["slides"].size(), 2U) << when;
+        EXPECT_TRUE(Duration() == newDuration_ + 960 || Duration() == newDuration_) << when << ": " << Duration();
+        EXPECT_EQ(Run("verify --whole P").status, 0) << when;
+        EXPECT_EQ(Command("ls P | grep -F .~mv || true").out, "") << when;
+    }
+
+private:
+    int newDuration_ = 0;
+};
+
 enum class From { Start, Swap };
 
 /// Ends a save at some instant, by a signal. @returns whether the save was still running
-bool KillDuringSave(const fs::path& folder, int signal, From from, microseconds after) {
+bool KillDuringSave(const fs::path& folder, const char* script, int signal, From from, microseconds after) {
     Session session(folder, "P", "temp='" + (folder / "tmp").string() + "'");
-    session.DoAll("seek 1000;split;select 6;remove;drag 8 -500");
+    session.DoAll(script);
     session.Send("save");
     for (int i = 0; from == From::Swap && i < 1000000 && !fs::exists(folder / "P/project.qvp.mix.tmp"); ++i) continue;
     std::this_thread::sleep_for(from == From::Swap ? after / 100 : after);
@@ -382,32 +412,46 @@ bool KillDuringSave(const fs::path& folder, int signal, From from, microseconds 
     return wasRunning;
 }
 
-TEST_F(Edit, ASaveThatIsCutOffLeavesTheOldOrTheNewProject) {
-    MakeSmallProject("whole");
-    Shell("cp -r whole P; mkdir tmp");
-    const auto duration = [&] { return json::parse(Run("info P --json").out)["duration"].get<int>(); };
-    EXPECT_EQ(Command("printf 'seek 1000\nsplit\nselect 6\nremove\ndrag 8 -500\nsave' | " + kTool + "edit P").status,
-              0);
-    const int newDuration = duration();
+TEST_F(CutOffSave, AtAnyInstant) {
     const char* const wanted = std::getenv("MIRRANE_KILLS");
-    const int kills = wanted == nullptr ? 40 : std::atoi(wanted);
+    const int kills = wanted == nullptr ? 20 : std::atoi(wanted);
     std::mt19937 random(20240607);
     int cutOff = 0;
     microseconds longest{1000000};
     for (int i = 0; i < kills; ++i) {
         const int signal = i % 5 == 0 ? SIGTERM : SIGKILL;
         const microseconds after(std::uniform_int_distribution<long>(0, longest.count())(random));
-        Shell("rm -rf P tmp; cp -r whole P; mkdir tmp");
-        const bool wasRunning = KillDuringSave(folder_, signal, i % 2 == 0 ? From::Start : From::Swap, after);
+        Reset();
+        const bool wasRunning = KillDuringSave(folder_, kScript, signal, i % 2 == 0 ? From::Start : From::Swap, after);
         cutOff += wasRunning ? 1 : 0;
         if (!wasRunning && i % 2 == 0) longest = std::min(longest, after + after / 4);
         EXPECT_TRUE(signal == SIGKILL || fs::is_empty(folder_ / "tmp")) << i;
-        const Result opened = Command("echo dump | " + kTool + "edit P");
-        ASSERT_EQ(opened.status, 0) << i << ", " << after.count() << ": " << opened.err;
-        EXPECT_TRUE(duration() == newDuration + 960 || duration() == newDuration) << i << ": " << duration();
-        EXPECT_EQ(Run("verify --whole P").status, 0) << i;
+        ExpectOldOrNew(std::to_string(i) + ", " + std::to_string(after.count()));
     }
+    std::cout << cutOff << " of " << kills << " saves were cut off\n";
     EXPECT_GT(cutOff, kills / 4) << "the signals came too late";
+}
+
+/// Killed at each call that changes names on the disk, with the work folder on the project's disk or on another.
+TEST_F(CutOffSave, AtEachStep) {
+    if (Command("command -v strace").status != 0) GTEST_SKIP() << "nothing here stops a program at a system call";
+    constexpr int kKilled = 128 + SIGKILL;
+    int kills = 0;
+    for (const char* tmp : {"tmp", "/dev/shm/mirrane-tests"})
+        for (const std::string call : {"rename", "unlink"})
+            for (int n = 1; n < 50; ++n) {
+                Reset();
+                Shell("rm -rf /dev/shm/mirrane-tests && mkdir /dev/shm/mirrane-tests");
+                const std::string inject = "strace -f -o log -e inject=" + call + ":signal=KILL:when=";
+                const int status = Command("temp=$(realpath " + std::string(tmp) + ") XDG_CACHE_HOME=cache " + inject +
+                                           std::to_string(n) + " " + kTool + "edit P script")
+                                       .status;
+                if (status != kKilled) break;
+                ++kills;
+                ExpectOldOrNew(call + " " + std::to_string(n) + " " + tmp);
+            }
+    Shell("rm -rf /dev/shm/mirrane-tests");
+    EXPECT_GT(kills, 20);
 }
 
 TEST_F(Edit, AFullTemporaryFolderCostsTheSaveAndNothingElse) {
