@@ -228,6 +228,7 @@ void MainWindow::Impl::BuildPanes() {
     const auto words = [this](const char* key) { return Word(kForm, key); };
     list_ = new SlideListWidget(editor_.edit);
     list_->setAccessibleName(words("ListView"));
+    frmRecAudio_.StandOn(*list_);
     slide_ = new SlidePane(editor_, [this](const char* form, const char* key) { return Word(form, key); });
     transport_ = new TransportBar(editor_.edit, editor_.transport, icons_, words);
     timeline_ = new TimelineView(editor_.edit,

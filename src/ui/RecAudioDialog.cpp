@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -149,6 +150,11 @@ RecAudioDialog::~RecAudioDialog() = default;
 
 void RecAudioWindow::ShowModal(RecAudio& rules) {
     const QPointer<RecAudioDialog> dialog = new RecAudioDialog(rules, words_, &window_);  // the window may go away
+    if (part_ != nullptr) {
+        dialog->adjustSize();
+        const QPoint corner = part_->mapToGlobal(part_->rect().center()) - dialog->rect().center();
+        dialog->move(std::max(corner.x(), window_.x()), corner.y());
+    }
     dialog->exec();
     delete dialog;
 }

@@ -23,16 +23,19 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// Shows it modally on a window.
+/// Shows it modally on a window, beside the picture that is spoken to.
 class RecAudioWindow final : public IRecAudioWindow {
 public:
     /// @param window outlives this
     RecAudioWindow(WordsOfForms words, QWidget& window) : words_(std::move(words)), window_(window) {}
+    /// @param part of the window, in the middle of which the dialog stands from now on; outlives this
+    void StandOn(const QWidget& part) { part_ = &part; }
     void ShowModal(RecAudio& rules) override;
 
 private:
     WordsOfForms words_;
     QWidget& window_;
+    const QWidget* part_ = nullptr;  ///< none: the middle of the window
 };
 
 }  // namespace mirrane

@@ -290,14 +290,14 @@ class Editor:
         return self.until(lambda: windows() - before, "the save's window")
 
     def save(self, on_begin=lambda: None):
-        job = self.begin_save()
+        key("ctrl+s")
         on_begin()
-        self.saved(job)
+        self.saved()
 
-    def saved(self, job):
-        self.until(lambda: not job & windows(), "the save's end")
+    def saved(self):
         self.until(lambda: not self.is_on("push button", word("ToolbarSave")), "saved")
         self.settled()
+        assert not self.is_on("push button", word("ToolbarSave")), "not saved"
 
     def ask_to_leave(self):
         key("alt+F4")

@@ -254,7 +254,8 @@ def cannot_break_a_save(bench):
     key("alt+F4")
     mouse("mousemove", frame.x + frame.width - 9, frame.y - 9, "click", 1)    # the title bar's button
     assert job & windows(), "the save was over too soon to be disturbed"
-    editor.saved(job)
+    editor.until(lambda: not job & windows(), "the save's end")
+    editor.saved()
     editor.sees("to 0:02:00.0, 100 %")    # what was saved is the recording now
     bench.whole()
     saved = bench.files()
