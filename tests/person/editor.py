@@ -264,6 +264,10 @@ class Editor:
 
     def import_file(self, file, on_open=lambda: None):
         self.press("push button", word("tipImportAudio"))
+        self.name_file(file, on_open)
+
+    def name_file(self, file, on_open=lambda: None):
+        """In the dialog that asks for one."""
         name = self.find("text", re.compile("File name:"))
         self.until(lambda: "focused" in states(name), "the name's field")
         on_open()

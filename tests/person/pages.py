@@ -2,10 +2,9 @@
 """A session with a slide that is a web page."""
 
 import os
-import shutil
 import xml.etree.ElementTree as ElementTree
 
-from editor import DATA, key, word
+from editor import key, word
 
 URL = "html1/page.html"
 
@@ -22,16 +21,13 @@ def add_page(lecture):
     (lecture / URL).write_text("<!doctype html><h1>Read this</h1><a href='#a'>First</a> <a href='#b'>Last</a>")
 
 
-def set_up_a_manual(desk):
-    """A program folder with a manual. Returns where the one who is to show it writes what he was given."""
-    program, opener, opened = desk.work / "program", desk.work / "bin/xdg-open", desk.work / "opened"
-    shutil.copytree(DATA, program)
-    (program / "help").mkdir()
-    (program / "help/index.html").touch()
+def stand_in_for_a_browser(desk):
+    """Returns where it writes what it is asked to open."""
+    opener, opened = desk.work / "bin/xdg-open", desk.work / "opened"
     opener.parent.mkdir()
     opener.write_text(f'#!/bin/sh\necho "$1" > {opened}\n')
     opener.chmod(0o755)
-    os.environ.update(MIRRANE_PROGRAM_FOLDER=str(program), PATH=f"{opener.parent}:{os.environ['PATH']}")
+    os.environ["PATH"] = f"{opener.parent}:{os.environ['PATH']}"
     return opened
 
 
@@ -43,7 +39,7 @@ def look_at(editor):
 def look_at_a_page(bench):
     """The program's keys work while a page has the keyboard, which it gives back; and a save keeps the page."""
     add_page(bench.lecture)
-    opened = set_up_a_manual(bench.desk)
+    opened = stand_in_for_a_browser(bench.desk)
     editor = bench.editor()
     editor.louder()
     look_at(editor)

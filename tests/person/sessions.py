@@ -320,12 +320,14 @@ def open_from_the_start_page(bench):
     page = Editor(bench.desk, program)
     page.find("label", word("EmptyProjList", "frmNewProject"))
     bench.desk.show("start")
-    choose_project(page, document)
+    page.press("push button", word("lOpenProj", "frmNewProject"))
+    page.name_file(document)
     page.find("alert", TITLE)
     page.press("push button", "OK")
     page.gone("alert", TITLE)
     assert bench.files(new) == before
-    choose_project(page, opened / "project.qvp")
+    page.press("push button", word("lOpenProj", "frmNewProject"))
+    page.name_file(opened / "project.qvp")
     page.wait_for_window()
     key("alt+F4")
     page.ended()
@@ -342,14 +344,6 @@ def open_from_the_start_page(bench):
     key("Escape")
     unused.ended()
     assert not unused.log.read_text(), unused.log.read_text()
-
-
-def choose_project(page, document):
-    page.press("push button", word("lOpenProj", "frmNewProject"))
-    name = page.find("text", re.compile("File name:"))
-    page.until(lambda: "focused" in states(name), "the name's field")
-    write(str(document))
-    key("Return")
 
 
 SESSIONS = {"RepairsALecture": repair_a_lecture, "FailsToStart": fail_to_start, "UsesTheKeyboard": use_the_keyboard,
