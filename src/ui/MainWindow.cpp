@@ -95,6 +95,7 @@ public:
     bool PressKey(const QKeyEvent& key);
 
     Editor& editor() { return editor_; }
+    [[nodiscard]] std::string AllFiles() const { return Word(kForm, "allFiles").toStdString(); }
 
 private:
     EditorPorts Ports();
@@ -271,8 +272,10 @@ void MainWindow::Impl::Open() {
 void MainWindow::Impl::StartTimers() {
     QTimer::singleShot(kLayoutDelay, &window_, [this] { editor_.tmrLayout_Timer(); });
     Every(kFrameInterval, [this] {
-        // Nobody wants another slide behind a question.
-        if (QApplication::activeModalWidget() == nullptr) editor_.transport.TmrFrame_Timer();
+        // Nobody wants another slide behind a question; a take wants its picture to stop where the slide ends.
+        const QWidget* modal = QApplication::activeModalWidget();
+        if (modal == nullptr || dynamic_cast<const RecAudioDialog*>(modal) != nullptr)
+            editor_.transport.TmrFrame_Timer();
     });
     Every(kFrameInterval, [this] { editor_.slideView.tmrThumbnail_Timer(); });
     Every(kTouchInterval, [this] { editor_.tmrTouchReg_Timer(); });
@@ -446,7 +449,8 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
 
 std::optional<std::filesystem::path> MainWindow::Choose(const std::string& title, const std::string& filter,
                                                         const std::filesystem::path& startFolder) {
-    return ChooseFile(this, title, filter, startFolder);
+    // What can be read is more than what has a name in the filter.
+    return ChooseFile(this, title, filter + "|" + impl_->AllFiles() + "|*", startFolder);
 }
 
 }  // namespace mirrane

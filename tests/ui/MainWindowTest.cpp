@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QHelpEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -242,6 +243,37 @@ TEST_F(MainWindowOnSlides, StaysWhereItIsBehindAQuestionAndTakesMenusAwayFromWho
     EXPECT_NE(QApplication::activePopupWidget(), nullptr);
     const FormHold hold(on->window->TheEditor().form);
     EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+}
+
+TEST_F(MainWindowOnSlides, StopsThePictureOfATakeWhereItsSlideEnds) {
+    on->window->TheEditor().form.chkAuto = true;
+    on->window->TheEditor().transport.SeekInSlide(2500);
+    on->Settle();
+    bool isBegun = false;
+    bool hasPlayed = false;
+    qv::PlayState left = qv::PlayState::Stopped;
+    QElapsedTimer clock;
+    clock.start();
+    QTimer person;
+    QObject::connect(&person, &QTimer::timeout, [&] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (dialog == nullptr) return;
+        left = on->player->State();
+        hasPlayed |= left == qv::PlayState::Playing;
+        const bool isOver = hasPlayed && left != qv::PlayState::Playing;
+        if (dialog->objectName() != "frmRecAudio" || isOver || clock.hasExpired(10'000)) {
+            QTimer::singleShot(0, dialog, &QDialog::reject);  // which may open a box
+            return;
+        }
+        if (!std::exchange(isBegun, true))
+            QTimer::singleShot(0, dialog->findChild<QAbstractButton*>("cmdRec"), &QAbstractButton::click);
+    });
+    person.start(20);
+    Find<QAbstractButton>("cmdRecAudio").click();
+    EXPECT_TRUE(hasPlayed);
+    EXPECT_EQ(left, qv::PlayState::Paused);
+    EXPECT_EQ(on->state.gGrid.CurrIndex(), 1);
+    EXPECT_LT(on->player->Position(), on->state.gSlideList.GetEnd(1));
 }
 
 TEST_F(MainWindowOnSlides, StandsABoxOnTheOpenDialogAndGivesItUpWhenToldToEnd) {
