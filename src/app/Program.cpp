@@ -79,7 +79,7 @@ void Program::ShowStartPage() {
     page.Form_Unload();
 }
 
-void Program::OpenQuietly(mirrane::StartPage& page) {
+void Program::OpenQuietly(mirrane::StartPage& page) const {
     const std::filesystem::path document = mirrane::DocumentMeantBy(line_.path);
     const std::filesystem::path folder = document.parent_path();
     // The opening would make a folder where none is, which nobody wants of a mistyped path.

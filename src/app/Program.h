@@ -37,7 +37,7 @@ private:
     void ShowStartPage() override;
     void ShowEditor() override;
     /// Opens what the command line names, with all checks.
-    void OpenQuietly(mirrane::StartPage& page);
+    void OpenQuietly(mirrane::StartPage& page) const;
     /// Leaves nothing behind but what is on its way to the settings.
     [[noreturn]] void EndNow();
 

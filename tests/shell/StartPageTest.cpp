@@ -195,7 +195,6 @@ TEST(ContractStr, KeepsBothEnds) {
         EXPECT_EQ(contractStr(text, width, letters), shown) << width;
 }
 
-/// "folder" of a made-up disk.
 TEST(Paths, APersonMeansAProjectByItsFolderOrAFileInIt) {
     const path folder = support::TestFolder() / "lecture";
     create_directory(folder);
@@ -204,7 +203,7 @@ TEST(Paths, APersonMeansAProjectByItsFolderOrAFileInIt) {
     for (const string& told : {folder.string(), folder.string() + "/", document, (folder / "media.qv").string(),
                                folder.string() + "/../lecture/.", relative(folder).string()})
         EXPECT_EQ(DocumentMeantBy(told), told == document ? document + "/project.qvp" : document) << told;
-    EXPECT_EQ(DocumentMeantBy("/" + folder.string()), "/" + document) << "a network stays one";
+    EXPECT_EQ(DocumentMeantBy("/" + folder.string()).string(), "/" + document) << "a network stays one";
 }
 
 /// The language, and the pages that are found below res.
