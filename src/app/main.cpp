@@ -20,11 +20,11 @@ constexpr int kWrongUsage = 2;
 
 constexpr char kHelp[] =
     "Usage: mirrane-editor [PROJECT]\n"
-    "       mirrane-editor --open PROJECT\n"
+    "       mirrane-editor --open [PROJECT]\n"
     "\n"
     "Repairs the sound of a recorded lecture.\n"
     "\n"
-    "PROJECT is a project's folder, or a file in it. Without one the program asks for it.\n"
+    "PROJECT is a project's folder, or a file in it. Without one the program shows its start page.\n"
     "\n"
     "  --open PROJECT  check the project first, and bring back what a crash has left\n"
     "  --help          show this text\n"
