@@ -134,6 +134,7 @@ def record_a_voice(bench):
     editor.save()
     editor.process.terminate()
     editor.ended()
+    assert not editor.log.read_text(), editor.log.read_text()
 
     saved = sound.of_file(bench.lecture / "media.qv")
     at, alike = sound.find(voice, saved)
