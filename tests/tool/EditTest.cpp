@@ -436,21 +436,22 @@ TEST_F(CutOffSave, AtAnyInstant) {
 TEST_F(CutOffSave, AtEachStep) {
     if (Command("command -v strace").status != 0) GTEST_SKIP() << "nothing here stops a program at a system call";
     constexpr int kKilled = 128 + SIGKILL;
+    const std::string otherDisk = "/dev/shm/mirrane-tests-" + std::to_string(getpid());
     int kills = 0;
-    for (const char* tmp : {"tmp", "/dev/shm/mirrane-tests"})
+    for (const std::string& tmp : {std::string("tmp"), otherDisk})
         for (const std::string call : {"rename", "unlink"})
             for (int n = 1; n < 50; ++n) {
                 Reset();
-                Shell("rm -rf /dev/shm/mirrane-tests && mkdir /dev/shm/mirrane-tests");
+                Shell("rm -rf " + otherDisk + " && mkdir " + otherDisk);
                 const std::string inject = "strace -f -o log -e inject=" + call + ":signal=KILL:when=";
-                const int status = Command("temp=$(realpath " + std::string(tmp) + ") XDG_CACHE_HOME=cache " + inject +
+                const int status = Command("temp=$(realpath " + tmp + ") XDG_CACHE_HOME=cache " + inject +
                                            std::to_string(n) + " " + kTool + "edit P script")
                                        .status;
                 if (status != kKilled) break;
                 ++kills;
                 ExpectOldOrNew(call + " " + std::to_string(n) + " " + tmp);
             }
-    Shell("rm -rf /dev/shm/mirrane-tests");
+    Shell("rm -rf " + otherDisk);
     EXPECT_GT(kills, 20);
 }
 

@@ -59,7 +59,7 @@ struct StartPageAt : testing::Test {
         std::istringstream words(script);
         for (string word; words >> word;) Do(page, word);
         string after;
-        (void)QTest::qWaitFor([&] { return (after = State(page, desktop.source())) == expected; });
+        (void)QTest::qWaitFor([&] { return (after = State(page, desktop.source())) == expected; }, 20000);
         QDesktopServices::unsetUrlHandler("file");
         doubled.user.boxes.clear();
         return after;
@@ -139,12 +139,13 @@ TEST_F(StartPageAt, AFailedOpeningLeavesThePageAsItWas) {
     EXPECT_EQ(After("lProj(2) <Up> <Enter>", "one!"), "one!");
     // Neither the window's own button nor another project is heard meanwhile.
     Disk().Write(folder / "two/project.qvp", "<a b='5'/>");
-    std::ofstream(folder / "program/qvFmtCvt") << "#!/bin/sh";
+    std::ofstream(folder / "program/qvFmtCvt") << "#!/bin/sh\nuntil [ -e $1/go ]; do sleep 0.01; done";
     permissions(folder / "program/qvFmtCvt", std::filesystem::perms::owner_all);
     bool isWaiting = false;
     doubled.user.answers = {Answer::Yes};
     doubled.user.onEvents = [&] {
         isWaiting = true;
+        Disk().Write(folder / "two/go", "");
         for (QWidget* window : QApplication::topLevelWidgets())
             if (auto* shown = dynamic_cast<StartPageDialog*>(window)) {
                 shown->reject();
