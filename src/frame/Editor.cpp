@@ -105,6 +105,11 @@ bool Editor::InitProject() {
         OpenMedia();
         form.photo = PhotoOf(state().gProject, state().gProjectFolder);
         FillGrid();
+        if (state().gGrid.Rows() == 0) {
+            ShowFailure(world(), GetResString(world(), kFormName, "msgNoSlides"));
+            return false;
+        }
+        state().gGrid.SelectedRow(1);
         state().gBaseVolPercent = 100;
         state().gSrcFiles.Append(MediaFile());
         ForgetEdits();
@@ -129,7 +134,6 @@ void Editor::FillGrid() {
     gGrid.Update();
     gGrid.Redraw(true);
     state().gSlideCount = gGrid.Rows();
-    gGrid.SelectedRow(1);
 }
 
 /// No slide is open, and each lies where it was recorded.

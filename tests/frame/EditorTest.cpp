@@ -135,6 +135,17 @@ double FirstSound(const path& take) {
     return static_cast<double>(loud - heard.begin()) / 48;
 }
 
+TEST_F(EditorLife, HasNothingToDoInAProjectWithoutSlides) {
+    copy_file(path(MIRRANE_SOURCE_DIR) / "data/default.qvp", folder / "project.qvp",
+              std::filesystem::copy_options::overwrite_existing);
+    world.user.boxes.clear();
+    Open();
+    ASSERT_EQ(world.user.boxes.size(), 1U) << world.user.Told();
+    EXPECT_NE(world.user.Told().find("no slides"), std::string::npos) << world.user.Told();
+    EXPECT_FALSE(editor->form.IsEnabled(Control::cmdPlay) || editor->form.IsEnabled(Control::Save));
+    EXPECT_EQ(Unload({}), "0 closed  html9");
+}
+
 TEST_F(EditorLife, AVoiceLiesWhereItWasSpokenAgainstThePicture) {
     Ms seen = 0;
     speak = [&](RecAudio& rules) {
