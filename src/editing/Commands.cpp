@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "editing/Commands.h"
 
+#include "base/Text.h"
 #include "base/Trapped.h"
 #include "editing/Layout.h"
 #include "editing/Replay.h"
 #include "editing/WaveEdit.h"
+#include "timeline/PlayList.h"
 
 namespace mirrane::modCommands {
 
@@ -194,8 +196,16 @@ void Pause(EditContext& ctx) {
 }
 
 void SeekAgain(EditContext& ctx) {
-    if (ctx.hasTimeline())
-        ctx.transport->SeekInSlide(CheckedSub(ctx.transport->Position(), modLayout::SlideStart(ctx)));
+    if (ctx.hasTimeline()) SeekAfterEdit(ctx, CheckedSub(ctx.transport->Position(), modLayout::SlideStart(ctx)));
+}
+
+void SeekAfterEdit(EditContext& ctx, Ms inSlide) {
+    constexpr std::size_t kManyRows = 80;
+    const std::size_t before = ctx.state.gAudioRows.size();
+    ctx.transport->SeekInSlide(inSlide);
+    if (before > kManyRows || ctx.state.gAudioRows.size() <= kManyRows) return;
+    ShowMessage(ctx.world(), ReplaceAll(GetResString(ctx.world(), kForm, "msgManyPieces"), "%s",
+                                        std::to_string(modPlayList::kMostAudioRows)));
 }
 
 }  // namespace mirrane::modCommands

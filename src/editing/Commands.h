@@ -38,6 +38,9 @@ void Redo_Click(EditContext& ctx);
 void Pause(EditContext& ctx);
 /// Seeks to where the player stands, so that it plays what was edited.
 void SeekAgain(EditContext& ctx);
+/// Seeks in the shown slide, so that the player plays what was edited. Tells once when the edits have made so many pieces
+/// of the sound that the play list may not hold the next ones.
+void SeekAfterEdit(EditContext& ctx, Ms inSlide);
 
 /// The numbers of the segments of the shown slide, on one track and in its order, that a test takes. They stay good
 /// while the track changes.

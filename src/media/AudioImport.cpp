@@ -5,6 +5,7 @@
 
 #include "base/Text.h"
 #include "base/Trapped.h"
+#include "editing/Commands.h"
 #include "editing/Placement.h"
 #include "editing/Selection.h"
 #include "media/Job.h"
@@ -130,7 +131,7 @@ void LayDown(MediaContext& media, const Imported& imported) {
     EditContext& edit = media.edit;
     const Ms pos = modPlacement::ImportQvaFile(edit, imported.file, modPlacement::PlacementPos(edit), imported.length,
                                                modPlacement::Existing::Push);
-    edit.transport->SeekInSlide(CheckedSub(pos, media.state().gSlideList.GetPos(edit.curSlide())));
+    modCommands::SeekAfterEdit(edit, CheckedSub(pos, media.state().gSlideList.GetPos(edit.curSlide())));
     modSelection::imgTrackPanel_Click(edit, kTrack2);
 }
 

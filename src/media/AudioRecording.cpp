@@ -8,6 +8,7 @@
 #include "base/Disk.h"
 #include "base/Text.h"
 #include "base/Trapped.h"
+#include "editing/Commands.h"
 #include "editing/Layout.h"
 #include "editing/Placement.h"
 #include "editing/Selection.h"
@@ -108,7 +109,7 @@ bool AudioRecorder::Take(const TakeTarget& target) {
 
 /// Whatever came of the take, the next preview is heard.
 void AudioRecorder::SeekToStart(const TakeTarget& target) {
-    edit().transport->SeekInSlide(CheckedSub(target.mRecStartPos, modLayout::SlideStart(edit())));
+    modCommands::SeekAfterEdit(edit(), CheckedSub(target.mRecStartPos, modLayout::SlideStart(edit())));
 }
 
 // ---------------------------------------------------------------------------------------------------- Behind the take

@@ -9,6 +9,7 @@
 #include "base/EventLoop.h"
 #include "doubles/World.h"
 #include "editing/Commands.h"
+#include "editing/WaveEdit.h"
 #include "frame/ClapMicrophone.h"
 #include "frame/TwoSlides.h"
 #include "shell/Progress.h"
@@ -133,6 +134,29 @@ double FirstSound(const path& take) {
     const std::vector<std::uint8_t> heard = support::ReadBytes(samples);
     const auto loud = std::find_if(heard.begin(), heard.end(), [](int level) { return std::abs(level - 128) > 25; });
     return static_cast<double>(loud - heard.begin()) / 48;
+}
+
+TEST_F(EditorLife, AsksOnceForASaveBeforeThePiecesOfTheSoundAreTooMany) {
+    EditContext& edit = editor->edit;
+    const WaveSegs& segs = state->gWaveTrack[0].items;
+    const auto lastSeg = [&segs] { return segs.item(segs.Count()).segIndex; };
+    const auto louder = [&] {
+        modWaveEdit::VolAdjust(edit, lastSeg(), 5, modWaveEdit::Log::Yes);
+        modCommands::SeekAgain(edit);
+    };
+    world.user.boxes.clear();
+    for (const std::int32_t slide : {1, 2}) {
+        Do([&] { editor->slideView.LoadSlide(slide, WhileBusy::Refuse); });
+        const Ms start = state->gSlideList.GetPos(slide);
+        for (Ms at = start - start % 64 + 64; at + 64 < start + 3000; at += 64) {
+            ASSERT_TRUE(modWaveEdit::SplitWaveSeg(edit, lastSeg(), at, modWaveEdit::Log::Yes));
+            Do(louder);
+            ASSERT_EQ(world.user.boxes.size(), state->gAudioRows.size() > 80 ? 1U : 0U) << world.user.Told();
+        }
+    }
+    EXPECT_GT(state->gAudioRows.size(), 85U);
+    Do([this] { editor->Save_Click(); });
+    EXPECT_EQ(state->gAudioRows.size(), 1U);
 }
 
 TEST_F(EditorLife, HasNothingToDoInAProjectWithoutSlides) {
